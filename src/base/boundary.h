@@ -1,0 +1,59 @@
+// The edge between C callers and C++ inside: the only catch blocks of the project. What runs below may allocate
+// through std, so std::bad_alloc can reach an exported function and must end there.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+namespace talvo {
+
+// Writes a code into the caller's error word and answers 0.
+template <class Code>
+int32_t fail(uint32_t *error, Code code) noexcept {
+  if (error != nullptr) {
+    *error = static_cast<uint32_t>(code);
+  }
+  return 0;
+}
+
+// The same where the answer is a handle.
+template <class Code>
+std::nullptr_t failNull(uint32_t *error, Code code) noexcept {
+  fail(error, code);
+  return nullptr;
+}
+
+// Runs the body; anything thrown becomes `failure`.
+template <class Result, class Body>
+Result guardOr(Result failure, Body &&body) noexcept {
+  try {
+    return std::forward<Body>(body)();
+  } catch (...) {
+    return failure;
+  }
+}
+
+// Null for handles, 0 for numbers.
+template <class Body>
+auto guard(Body &&body) noexcept {
+  using Result = std::invoke_result_t<Body>;
+  return guardOr<Result>(Result{}, std::forward<Body>(body));
+}
+
+// For functions with an error word: without one the answer is 0 at once, and exhausted memory is `outOfMemory`.
+template <class Code, class Body>
+auto guardWithError(uint32_t *error, Code outOfMemory, Body &&body) noexcept {
+  using Result = std::invoke_result_t<Body>;
+  if (error == nullptr) {
+    return Result{};
+  }
+  try {
+    return std::forward<Body>(body)();
+  } catch (...) {
+    fail(error, outOfMemory);
+    return Result{};
+  }
+}
+
+}  // namespace talvo

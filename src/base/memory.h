@@ -1,0 +1,54 @@
+// Objects on the talvo allocator. `make<T>(kSource, ...)` records the line of its caller by itself: a string literal
+// converts to a Site, whose default argument is evaluated where the conversion happens.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <source_location>
+#include <utility>
+
+#include "base/handle.h"
+
+namespace talvo {
+
+struct Site {
+  const char *file;
+  int32_t line;
+
+  // Implicit on purpose: see above.
+  Site(const char *source, std::source_location at = std::source_location::current()) noexcept  // NOLINT
+      : file(source), line(static_cast<int32_t>(at.line())) {}
+};
+
+template <class T>
+void destroy(T *object) noexcept {
+  if (object != nullptr) {
+    object->~T();
+    talvo_free(object);
+  }
+}
+
+template <class T>
+using Owned = Handle<T, destroy<T>>;
+
+// A new T, or null when memory is exhausted. The constructor must not throw.
+template <class T, class... Arguments>
+Owned<T> make(Site site, Arguments &&...arguments) noexcept {
+  void *place = talvo_malloc(sizeof(T), site.file, site.line);
+  if (place == nullptr) {
+    return nullptr;
+  }
+  return Owned<T>(new (place) T{std::forward<Arguments>(arguments)...});
+}
+
+// `length` bytes of talvo_malloc.
+inline ByteBuffer makeBytes(Site site, size_t length) noexcept {
+  return ByteBuffer(static_cast<uint8_t *>(talvo_malloc(length, site.file, site.line)));
+}
+
+inline TextBuffer makeText(Site site, size_t length) noexcept {
+  return TextBuffer(static_cast<char *>(talvo_malloc(length, site.file, site.line)));
+}
+
+}  // namespace talvo
