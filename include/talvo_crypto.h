@@ -1,16 +1,19 @@
-/* talvo_crypto.h - the cryptographic library: hashes, MACs, keys, signatures, certificates, time-stamps, HTTP GET.
+/* talvo_crypto.h - the cryptographic library: hashes, MACs, keys, signatures, certificates,
+ * time-stamps, HTTP GET.
  *
- * The conventions of talvo_util.h hold here too (NULL handles, 1 and 0, out-parameters last, ownership words), and:
+ * The conventions of talvo_util.h hold here too (NULL handles, 1 and 0, out-parameters last,
+ * ownership words), and:
  *
  * - Buffers (uint8_t *) that are handed out are given back to TalvoPKICryptoFreeMemory.
  * - Algorithms are named by numbers:
- *     hash       0x1000 MD5, 0x2000 SHA-1, 0x3000 SHA-224, 0x4000 SHA-256, 0x5000 SHA-384, 0x6000 SHA-512, 0x7000 SM3
- *     MAC        0x20000 HMAC-MD5, 0x40000 HMAC-SHA1, 0x60000 HMAC-SHA224, 0x80000 HMAC-SHA256, 0xa0000 HMAC-SHA384,
- *                0xc0000 HMAC-SHA512
- *     signature  1 RSA-MD5, 2 RSA-SHA1, 4 RSA-SHA256, 5 RSA-SHA384, 6 RSA-SHA512 (PKCS #1 v1.5), 13 DSA-SHA1,
- *                16 to 20 ECDSA with SHA-1, SHA-224, SHA-256, SHA-384, SHA-512, 25 SM2 with SM3
- *     key type   1 RSA, 2 DSA, 4 elliptic curve (SM2 included); 0 anything else
- * - Signatures of DSA, ECDSA and SM2 are DER (SEQUENCE of r and s) in the sign and verify operations.
+ *     hash       0x1000 MD5, 0x2000 SHA-1, 0x3000 SHA-224, 0x4000 SHA-256, 0x5000 SHA-384, 0x6000
+ * SHA-512, 0x7000 SM3 MAC        0x20000 HMAC-MD5, 0x40000 HMAC-SHA1, 0x60000 HMAC-SHA224, 0x80000
+ * HMAC-SHA256, 0xa0000 HMAC-SHA384, 0xc0000 HMAC-SHA512 signature  1 RSA-MD5, 2 RSA-SHA1, 4
+ * RSA-SHA256, 5 RSA-SHA384, 6 RSA-SHA512 (PKCS #1 v1.5), 13 DSA-SHA1, 16 to 20 ECDSA with SHA-1,
+ * SHA-224, SHA-256, SHA-384, SHA-512, 25 SM2 with SM3 key type   1 RSA, 2 DSA, 4 elliptic curve
+ * (SM2 included); 0 anything else
+ * - Signatures of DSA, ECDSA and SM2 are DER (SEQUENCE of r and s) in the sign and verify
+ * operations.
  * - SM2 always works with the default identifier 1234567812345678.
  * - No function leaves anything on the calling thread's OpenSSL error queue.
  */
@@ -39,123 +42,171 @@ TALVO_API void *TalvoPKICryptoAllocMemory(size_t length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeMemory(void *memory) TALVO_NOEXCEPT;
 /* TalvoPKICryptoGetPseudoDevice returns the borrowed software device; it is never released. */
 TALVO_API TalvoPKIDevice *TalvoPKICryptoGetPseudoDevice(void) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKICryptoGenerateRandom(TalvoPKIDevice *device, uint8_t *bytes, size_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoGenerateRandom(TalvoPKIDevice *device, uint8_t *bytes,
+                                               size_t length) TALVO_NOEXCEPT;
 
 /* ---- hashes ---- */
 
 /* TalvoPKICryptoGetHashHandle returns a new hash object, or NULL for an unknown number. */
 TALVO_API TalvoPKIHash *TalvoPKICryptoGetHashHandle(int32_t algorithm) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKICryptoHashUpdate(TalvoPKIHash *hash, const void *bytes, size_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoHashUpdate(TalvoPKIHash *hash, const void *bytes,
+                                           size_t length) TALVO_NOEXCEPT;
 /* TalvoPKICryptoHashFinal hands out the digest; the object can then only be released. */
-TALVO_API int32_t TalvoPKICryptoHashFinal(TalvoPKIHash *hash, uint8_t **digest, size_t *length) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoHashFinal(TalvoPKIHash *hash, uint8_t **digest,
+                                          size_t *length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeHash(TalvoPKIHash *hash) TALVO_NOEXCEPT;
 
 /* ---- MACs ---- */
 
-/* TalvoPKICryptoNewMac returns a new HMAC object (RFC 2104) with a copy of the key, or NULL. An empty key is allowed. */
-TALVO_API TalvoPKIMac *TalvoPKICryptoNewMac(int32_t algorithm, const void *key, size_t keyLength) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKICryptoMacUpdate(TalvoPKIMac *mac, const void *bytes, size_t length) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKICryptoMacFinal(TalvoPKIMac *mac, uint8_t **value, size_t *length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoNewMac returns a new HMAC object (RFC 2104) with a copy of the key, or NULL. An
+ * empty key is allowed. */
+TALVO_API TalvoPKIMac *TalvoPKICryptoNewMac(int32_t algorithm, const void *key,
+                                            size_t keyLength) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoMacUpdate(TalvoPKIMac *mac, const void *bytes,
+                                          size_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoMacFinal(TalvoPKIMac *mac, uint8_t **value,
+                                         size_t *length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeMac(TalvoPKIMac *mac) TALVO_NOEXCEPT;
 
 /* TalvoPKICryptoEqualMemory compares two buffers of one length in constant time: 1 when equal. */
-TALVO_API int32_t TalvoPKICryptoEqualMemory(const void *first, const void *second, size_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoEqualMemory(const void *first, const void *second,
+                                            size_t length) TALVO_NOEXCEPT;
 
 /* ---- keys ---- */
 
-/* TalvoPKICryptoOpenKeyPair reads a private key: PEM or DER; PKCS #8, encrypted or not, or the traditional forms;
- * PKCS #12; or the text "pkcs11:..." that names a key on a token. `password` is NUL-terminated UTF-8, or NULL. NULL when the bytes are no private key, or the
- * password is missing or wrong. */
-TALVO_API TalvoPKIKeyPair *TalvoPKICryptoOpenKeyPair(const void *bytes, size_t length, const char *password) TALVO_NOEXCEPT;
+/* TalvoPKICryptoOpenKeyPair reads a private key: PEM or DER; PKCS #8, encrypted or not, or the
+ * traditional forms; PKCS #12; or the text "pkcs11:..." that names a key on a token. `password` is
+ * NUL-terminated UTF-8, or NULL. NULL when the bytes are no private key, or the password is missing
+ * or wrong. */
+TALVO_API TalvoPKIKeyPair *TalvoPKICryptoOpenKeyPair(const void *bytes, size_t length,
+                                                     const char *password) TALVO_NOEXCEPT;
 TALVO_API TalvoPKIKeyPair *TalvoPKICryptoDupKeyPair(TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeKeyPair(TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
-/* TalvoPKICryptoGetKeypairBits returns the bits that fix the width of a signature half: of the modulus for RSA, of Q
- * for DSA, of the group order for elliptic curves; -1 on failure. */
+/* TalvoPKICryptoGetKeypairBits returns the bits that fix the width of a signature half: of the
+ * modulus for RSA, of Q for DSA, of the group order for elliptic curves; -1 on failure. */
 TALVO_API int32_t TalvoPKICryptoGetKeypairBits(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 TALVO_API int32_t TalvoPKICryptoGetKeypairType(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 /* TalvoPKICryptoIsSM2KeyPair returns 1 for an elliptic-curve key on the SM2 curve. */
 TALVO_API int32_t TalvoPKICryptoIsSM2KeyPair(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 /* TalvoPKICryptoGetKeypairPublicKey returns a new public key. */
-TALVO_API TalvoPKIPublicKey *TalvoPKICryptoGetKeypairPublicKey(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
+TALVO_API TalvoPKIPublicKey *TalvoPKICryptoGetKeypairPublicKey(const TalvoPKIKeyPair *keyPair)
+    TALVO_NOEXCEPT;
 TALVO_API TalvoPKIPublicKey *TalvoPKICryptoDupPublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreePublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 TALVO_API int32_t TalvoPKICryptoGetPublicKeyType(const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
-/* TalvoPKICryptoEncodeRSAPubKey hands out the PKCS #1 RSAPublicKey DER of two unsigned big-endian numbers. */
-TALVO_API int32_t TalvoPKICryptoEncodeRSAPubKey(const uint8_t *modulus, size_t modulusLength, const uint8_t *exponent,
-                                                size_t exponentLength, uint8_t **encoded, size_t *length) TALVO_NOEXCEPT;
-/* TalvoPKICryptoImportPublicKey reads PKCS #1 RSAPublicKey DER, SubjectPublicKeyInfo DER, or the "_PUBKEY_" DSA blob (8 bytes of that text, 3 zero bytes,
- * key type 2, a 4-byte length of the rest, then plen, P, qlen, Q, G and Y padded to plen; lengths are 4 bytes, all big-endian).
- * RSA moduli above 16,384 bits and DSA P above 10,000 bits are refused. */
-TALVO_API TalvoPKIPublicKey *TalvoPKICryptoImportPublicKey(TalvoPKIDevice *device, const uint8_t *bytes, size_t length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoEncodeRSAPubKey hands out the PKCS #1 RSAPublicKey DER of two unsigned big-endian
+ * numbers. */
+TALVO_API int32_t TalvoPKICryptoEncodeRSAPubKey(const uint8_t *modulus, size_t modulusLength,
+                                                const uint8_t *exponent, size_t exponentLength,
+                                                uint8_t **encoded, size_t *length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoImportPublicKey reads PKCS #1 RSAPublicKey DER, SubjectPublicKeyInfo DER, or the
+ * "_PUBKEY_" DSA blob (8 bytes of that text, 3 zero bytes, key type 2, a 4-byte length of the rest,
+ * then plen, P, qlen, Q, G and Y padded to plen; lengths are 4 bytes, all big-endian). RSA moduli
+ * above 16,384 bits and DSA P above 10,000 bits are refused. */
+TALVO_API TalvoPKIPublicKey *TalvoPKICryptoImportPublicKey(TalvoPKIDevice *device,
+                                                           const uint8_t *bytes,
+                                                           size_t length) TALVO_NOEXCEPT;
 
 /* ---- signatures ---- */
 
-/* TalvoPKICryptoNewSign returns a new signing object that keeps its own reference to the key; NULL when the algorithm is unknown or the key is of another kind. */
-TALVO_API TalvoPKISign *TalvoPKICryptoNewSign(TalvoPKIKeyPair *keyPair, int32_t algorithm) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKICryptoSignUpdate(TalvoPKISign *sign, const void *bytes, size_t length) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKICryptoSignFinal(TalvoPKISign *sign, uint8_t **signature, size_t *length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoNewSign returns a new signing object that keeps its own reference to the key; NULL
+ * when the algorithm is unknown or the key is of another kind. */
+TALVO_API TalvoPKISign *TalvoPKICryptoNewSign(TalvoPKIKeyPair *keyPair,
+                                              int32_t algorithm) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoSignUpdate(TalvoPKISign *sign, const void *bytes,
+                                           size_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoSignFinal(TalvoPKISign *sign, uint8_t **signature,
+                                          size_t *length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeSign(TalvoPKISign *sign) TALVO_NOEXCEPT;
-TALVO_API TalvoPKIVerify *TalvoPKICryptoNewVerify(TalvoPKIPublicKey *key, int32_t algorithm) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKICryptoVerifyUpdate(TalvoPKIVerify *verify, const void *bytes, size_t length) TALVO_NOEXCEPT;
+TALVO_API TalvoPKIVerify *TalvoPKICryptoNewVerify(TalvoPKIPublicKey *key,
+                                                  int32_t algorithm) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoVerifyUpdate(TalvoPKIVerify *verify, const void *bytes,
+                                             size_t length) TALVO_NOEXCEPT;
 /* TalvoPKICryptoVerifyFinal returns 1 exactly when the signature is valid, else 0. */
-TALVO_API int32_t TalvoPKICryptoVerifyFinal(TalvoPKIVerify *verify, const uint8_t *signature, size_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKICryptoVerifyFinal(TalvoPKIVerify *verify, const uint8_t *signature,
+                                            size_t length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeVerify(TalvoPKIVerify *verify) TALVO_NOEXCEPT;
-/* TalvoPKICryptoDecodeECCSignature hands out r and s of a DER signature as unsigned big-endian octets without leading zeros. */
-TALVO_API int32_t TalvoPKICryptoDecodeECCSignature(const uint8_t *der, size_t length, uint8_t **r, size_t *rLength, uint8_t **s,
+/* TalvoPKICryptoDecodeECCSignature hands out r and s of a DER signature as unsigned big-endian
+ * octets without leading zeros. */
+TALVO_API int32_t TalvoPKICryptoDecodeECCSignature(const uint8_t *der, size_t length, uint8_t **r,
+                                                   size_t *rLength, uint8_t **s,
                                                    size_t *sLength) TALVO_NOEXCEPT;
 /* TalvoPKICryptoEncodeECCSignature hands out the DER of unsigned big-endian r and s. */
-TALVO_API int32_t TalvoPKICryptoEncodeECCSignature(const uint8_t *r, size_t rLength, const uint8_t *s, size_t sLength, uint8_t **der,
+TALVO_API int32_t TalvoPKICryptoEncodeECCSignature(const uint8_t *r, size_t rLength,
+                                                   const uint8_t *s, size_t sLength, uint8_t **der,
                                                    size_t *length) TALVO_NOEXCEPT;
 
 /* ---- certificates (RFC 5280) ---- */
 
 /* TalvoPKICertNewCert reads one certificate as DER, PEM or bare Base64 text. */
 TALVO_API TalvoPKICert *TalvoPKICertNewCert(const void *bytes, size_t length) TALVO_NOEXCEPT;
-/* TalvoPKICertOpen reads a certificate with what came with it: DER, PEM, Base64 text, a PEM bundle (key and chain in any order; the certificate that belongs to the key,
- * else the first one, is the handle's), or PKCS #12. `password` (NUL-terminated UTF-8, or NULL) unlocks PKCS #12 and an
- * encrypted key; without the right one a PKCS #12 fails, while the encrypted key of a bundle stays locked until
- * TalvoPKICertGetCertKeyPair is given its credential. */
-TALVO_API TalvoPKICert *TalvoPKICertOpen(const void *bytes, size_t length, const char *password) TALVO_NOEXCEPT;
+/* TalvoPKICertOpen reads a certificate with what came with it: DER, PEM, Base64 text, a PEM bundle
+ * (key and chain in any order; the certificate that belongs to the key, else the first one, is the
+ * handle's), or PKCS #12. `password` (NUL-terminated UTF-8, or NULL) unlocks PKCS #12 and an
+ * encrypted key; without the right one a PKCS #12 fails, while the encrypted key of a bundle stays
+ * locked until TalvoPKICertGetCertKeyPair is given its credential. */
+TALVO_API TalvoPKICert *TalvoPKICertOpen(const void *bytes, size_t length,
+                                         const char *password) TALVO_NOEXCEPT;
 /* TalvoPKICertDupCert returns a new handle of the same certificate, its key and its companions. */
 TALVO_API TalvoPKICert *TalvoPKICertDupCert(const TalvoPKICert *cert) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICertFreeCert(TalvoPKICert *cert) TALVO_NOEXCEPT;
-/* TalvoPKICertSetKeyPair gives the certificate a private key; 0 when the key does not belong to the certificate. */
-TALVO_API int32_t TalvoPKICertSetKeyPair(TalvoPKICert *cert, TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
+/* TalvoPKICertSetKeyPair gives the certificate a private key; 0 when the key does not belong to the
+ * certificate. */
+TALVO_API int32_t TalvoPKICertSetKeyPair(TalvoPKICert *cert,
+                                         TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 /* TalvoPKICertAddChainCert adds a companion certificate that certificate paths may use. */
-TALVO_API int32_t TalvoPKICertAddChainCert(TalvoPKICert *cert, const TalvoPKICert *companion) TALVO_NOEXCEPT;
-/* TalvoPKICertHasKeyPair returns 0 without private key, 1 with one, 2 with one that is still locked. */
+TALVO_API int32_t TalvoPKICertAddChainCert(TalvoPKICert *cert,
+                                           const TalvoPKICert *companion) TALVO_NOEXCEPT;
+/* TalvoPKICertHasKeyPair returns 0 without private key, 1 with one, 2 with one that is still
+ * locked. */
 TALVO_API int32_t TalvoPKICertHasKeyPair(const TalvoPKICert *cert) TALVO_NOEXCEPT;
 /* TalvoPKICertGetCertEncode hands out the encoding; form 1 is DER. */
-TALVO_API int32_t TalvoPKICertGetCertEncode(const TalvoPKICert *cert, int32_t form, uint8_t **encoded, size_t *length) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertIntegerAttribute: attribute 4 the key type (1 RSA, 2 DSA, 4 elliptic curve, 0 other); attribute 6
- * the key usage, bit n of the extension as 1 << n, 0x1FF without the extension, failure when it cannot be read. */
-TALVO_API int32_t TalvoPKICertGetCertIntegerAttribute(const TalvoPKICert *cert, int32_t attribute, int32_t *value) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertStringAttribute: attribute 32 the serial number in plain decimal, 48 the subject and 49 the issuer
- * as RFC 4514 text, most specific part first, UTF-8 unescaped. Returns a new string, or NULL. */
-TALVO_API talvo_ustring *TalvoPKICertGetCertStringAttribute(const TalvoPKICert *cert, int32_t attribute) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertHashAttribute: attribute 44, the digest of the DER by the given hash number. */
-TALVO_API int32_t TalvoPKICertGetCertHashAttribute(const TalvoPKICert *cert, int32_t attribute, int32_t hash, uint8_t **digest,
+TALVO_API int32_t TalvoPKICertGetCertEncode(const TalvoPKICert *cert, int32_t form,
+                                            uint8_t **encoded, size_t *length) TALVO_NOEXCEPT;
+/* TalvoPKICertGetCertIntegerAttribute: attribute 4 the key type (1 RSA, 2 DSA, 4 elliptic curve, 0
+ * other); attribute 6 the key usage, bit n of the extension as 1 << n, 0x1FF without the extension,
+ * failure when it cannot be read. */
+TALVO_API int32_t TalvoPKICertGetCertIntegerAttribute(const TalvoPKICert *cert, int32_t attribute,
+                                                      int32_t *value) TALVO_NOEXCEPT;
+/* TalvoPKICertGetCertStringAttribute: attribute 32 the serial number in plain decimal, 48 the
+ * subject and 49 the issuer as RFC 4514 text, most specific part first, UTF-8 unescaped. Returns a
+ * new string, or NULL. */
+TALVO_API talvo_ustring *TalvoPKICertGetCertStringAttribute(const TalvoPKICert *cert,
+                                                            int32_t attribute) TALVO_NOEXCEPT;
+/* TalvoPKICertGetCertHashAttribute: attribute 44, the digest of the DER by the given hash number.
+ */
+TALVO_API int32_t TalvoPKICertGetCertHashAttribute(const TalvoPKICert *cert, int32_t attribute,
+                                                   int32_t hash, uint8_t **digest,
                                                    size_t *length) TALVO_NOEXCEPT;
 /* TalvoPKICertGetCertIssuer returns the issuer as a new name. */
 TALVO_API talvo_cert_dn *TalvoPKICertGetCertIssuer(const TalvoPKICert *cert) TALVO_NOEXCEPT;
 /* TalvoPKICertGetCertValidity returns the new start (`which` 0) or end (1) of validity. */
-TALVO_API talvo_time *TalvoPKICertGetCertValidity(const TalvoPKICert *cert, int32_t which) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertPublicKey returns a new public key. `usage` is 0x10000002 (signature verification). */
-TALVO_API TalvoPKIPublicKey *TalvoPKICertGetCertPublicKey(const TalvoPKICert *cert, int32_t usage) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertKeyPair returns a new handle of the private key, or NULL. `flags` is 0 or 0x40000000 (unlock a locked key with
- * the credential, NUL-terminated UTF-8), `usage` is 2 (signing). */
-TALVO_API TalvoPKIKeyPair *TalvoPKICertGetCertKeyPair(TalvoPKICert *cert, int32_t flags, int32_t usage, const char *credential) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertPath hands out a new array of new certificates from the self-issued anchor (index 0) to the certificate
- * itself (index count - 1), found among its companions by name and key identifier; no trust is judged. 0 when the path does not reach a self-issued
- * certificate. */
-TALVO_API int32_t TalvoPKICertGetCertPath(const TalvoPKICert *cert, TalvoPKICert ***path, int32_t *count) TALVO_NOEXCEPT;
+TALVO_API talvo_time *TalvoPKICertGetCertValidity(const TalvoPKICert *cert,
+                                                  int32_t which) TALVO_NOEXCEPT;
+/* TalvoPKICertGetCertPublicKey returns a new public key. `usage` is 0x10000002 (signature
+ * verification). */
+TALVO_API TalvoPKIPublicKey *TalvoPKICertGetCertPublicKey(const TalvoPKICert *cert,
+                                                          int32_t usage) TALVO_NOEXCEPT;
+/* TalvoPKICertGetCertKeyPair returns a new handle of the private key, or NULL. `flags` is 0 or
+ * 0x40000000 (unlock a locked key with the credential, NUL-terminated UTF-8), `usage` is 2
+ * (signing). */
+TALVO_API TalvoPKIKeyPair *TalvoPKICertGetCertKeyPair(TalvoPKICert *cert, int32_t flags,
+                                                      int32_t usage,
+                                                      const char *credential) TALVO_NOEXCEPT;
+/* TalvoPKICertGetCertPath hands out a new array of new certificates from the self-issued anchor
+ * (index 0) to the certificate itself (index count - 1), found among its companions by name and key
+ * identifier; no trust is judged. 0 when the path does not reach a self-issued certificate. */
+TALVO_API int32_t TalvoPKICertGetCertPath(const TalvoPKICert *cert, TalvoPKICert ***path,
+                                          int32_t *count) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICertFreeCertPath(TalvoPKICert **path, int32_t count) TALVO_NOEXCEPT;
 
 /* ---- HTTP ---- */
 
-/* TalvoPKICryptoHttpGet fetches `url` (http and https only, also on redirects, of which 5 are followed; 10 s to connect, 60 s in all, at most 100 MiB; certificates
- * are checked; the proxy environment is ignored). Hands out the body, its length and the status of the final answer. */
-TALVO_API int32_t TalvoPKICryptoHttpGet(const char *url, uint8_t **body, size_t *length, int32_t *status) TALVO_NOEXCEPT;
+/* TalvoPKICryptoHttpGet fetches `url` (http and https only, also on redirects, of which 5 are
+ * followed; 10 s to connect, 60 s in all, at most 100 MiB; certificates are checked; the proxy
+ * environment is ignored). Hands out the body, its length and the status of the final answer. */
+TALVO_API int32_t TalvoPKICryptoHttpGet(const char *url, uint8_t **body, size_t *length,
+                                        int32_t *status) TALVO_NOEXCEPT;
 
 /* ---- time-stamps (RFC 3161) ---- */
 
@@ -163,23 +214,39 @@ TALVO_API int32_t TalvoPKICryptoHttpGet(const char *url, uint8_t **body, size_t 
 TALVO_API TalvoPKITimeStamp *TalvoPKIMsgNewTimeStamp(void) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKIMsgFreeTimeStamp(TalvoPKITimeStamp *timeStamp) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampSetTSA sets the authority's http or https URL. */
-TALVO_API int32_t TalvoPKIMsgTimeStampSetTSA(TalvoPKITimeStamp *timeStamp, const talvo_ustring *tsa) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKIMsgTimeStampSetHashAlgorithm(TalvoPKITimeStamp *timeStamp, int32_t hash) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKIMsgTimeStampSetMessageImprint(TalvoPKITimeStamp *timeStamp, const uint8_t *digest, size_t length) TALVO_NOEXCEPT;
-/* TalvoPKIMsgTimeStampGetResponse sends the request (nonce, certificates asked for) and reads the answer, checking imprint, nonce
- * and signature of a granted one. `status` is the PKIStatus. 0 when there was no usable answer. */
-TALVO_API int32_t TalvoPKIMsgTimeStampGetResponse(TalvoPKITimeStamp *timeStamp, int32_t *status) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKIMsgTimeStampGetTimeStampToken(const TalvoPKITimeStamp *timeStamp, uint8_t **token, size_t *length) TALVO_NOEXCEPT;
-/* TalvoPKIMsgVerifyTimeStampToken checks a token's signature and the signer's time-stamping usage with the certificates in the token; `trusted`, a list of
- * TalvoPKICert, additionally asks for a path to one of them. Returns a new object, or NULL. */
-TALVO_API TalvoPKITimeStamp *TalvoPKIMsgVerifyTimeStampToken(const uint8_t *token, size_t length, const talvo_arraylist *trusted) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKIMsgTimeStampSetTSA(TalvoPKITimeStamp *timeStamp,
+                                             const talvo_ustring *tsa) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKIMsgTimeStampSetHashAlgorithm(TalvoPKITimeStamp *timeStamp,
+                                                       int32_t hash) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKIMsgTimeStampSetMessageImprint(TalvoPKITimeStamp *timeStamp,
+                                                        const uint8_t *digest,
+                                                        size_t length) TALVO_NOEXCEPT;
+/* TalvoPKIMsgTimeStampGetResponse sends the request (nonce, certificates asked for) and reads the
+ * answer, checking imprint, nonce and signature of a granted one. `status` is the PKIStatus. 0 when
+ * there was no usable answer. */
+TALVO_API int32_t TalvoPKIMsgTimeStampGetResponse(TalvoPKITimeStamp *timeStamp,
+                                                  int32_t *status) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKIMsgTimeStampGetTimeStampToken(const TalvoPKITimeStamp *timeStamp,
+                                                        uint8_t **token,
+                                                        size_t *length) TALVO_NOEXCEPT;
+/* TalvoPKIMsgVerifyTimeStampToken checks a token's signature and the signer's time-stamping usage
+ * with the certificates in the token; `trusted`, a list of TalvoPKICert, additionally asks for a
+ * path to one of them. Returns a new object, or NULL. */
+TALVO_API TalvoPKITimeStamp *TalvoPKIMsgVerifyTimeStampToken(
+    const uint8_t *token, size_t length, const talvo_arraylist *trusted) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetHashAlgorithm returns the hash number of the imprint; -1 when unknown. */
-TALVO_API int32_t TalvoPKIMsgTimeStampGetHashAlgorithm(const TalvoPKITimeStamp *timeStamp) TALVO_NOEXCEPT;
-TALVO_API int32_t TalvoPKIMsgTimeStampGetMessageImprint(const TalvoPKITimeStamp *timeStamp, uint8_t **digest, size_t *length) TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKIMsgTimeStampGetHashAlgorithm(const TalvoPKITimeStamp *timeStamp)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t TalvoPKIMsgTimeStampGetMessageImprint(const TalvoPKITimeStamp *timeStamp,
+                                                        uint8_t **digest,
+                                                        size_t *length) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetTime returns the new time of a token. */
-TALVO_API talvo_time *TalvoPKIMsgTimeStampGetTime(const TalvoPKITimeStamp *timeStamp) TALVO_NOEXCEPT;
-/* TalvoPKIMsgTimeStampGetSigner returns the new certificate that signed the token, or NULL when the token does not hold it. */
-TALVO_API TalvoPKICert *TalvoPKIMsgTimeStampGetSigner(const TalvoPKITimeStamp *timeStamp) TALVO_NOEXCEPT;
+TALVO_API talvo_time *TalvoPKIMsgTimeStampGetTime(const TalvoPKITimeStamp *timeStamp)
+    TALVO_NOEXCEPT;
+/* TalvoPKIMsgTimeStampGetSigner returns the new certificate that signed the token, or NULL when the
+ * token does not hold it. */
+TALVO_API TalvoPKICert *TalvoPKIMsgTimeStampGetSigner(const TalvoPKITimeStamp *timeStamp)
+    TALVO_NOEXCEPT;
 
 #ifdef __cplusplus
 }

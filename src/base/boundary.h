@@ -1,5 +1,5 @@
-// The edge between C callers and C++ inside: the only catch blocks of the project. What runs below may allocate
-// through std, so std::bad_alloc can reach an exported function and must end there.
+// The edge between C callers and C++ inside: the only catch blocks of the project. What runs below
+// may allocate through std, so std::bad_alloc can reach an exported function and must end there.
 #pragma once
 
 #include <cstdint>
@@ -41,7 +41,8 @@ auto guard(Body &&body) noexcept {
   return guardOr<Result>(Result{}, std::forward<Body>(body));
 }
 
-// For functions with an error word: without one the answer is 0 at once, and exhausted memory is `outOfMemory`.
+// For functions with an error word: without one the answer is 0 at once, and exhausted memory is
+// `outOfMemory`.
 template <class Code, class Body>
 auto guardWithError(uint32_t *error, Code outOfMemory, Body &&body) noexcept {
   using Result = std::invoke_result_t<Body>;

@@ -1,11 +1,12 @@
-// Owning handles of the utility library's objects. A handle is one pointer wide and releases what it owns; a raw
-// pointer anywhere else borrows.
+// Owning handles of the utility library's objects. A handle is one pointer wide and releases what
+// it owns; a raw pointer anywhere else borrows.
 #pragma once
 
 #include <memory>
 
-#include "base/bytes.h"
 #include "talvo_util.h"
+
+#include "base/bytes.h"
 
 namespace talvo {
 

@@ -1,4 +1,5 @@
-// An arraylist of T as a range: for (Reference *reference : items<Reference>(list)). A null list is an empty range.
+// An arraylist of T as a range: for (Reference *reference : items<Reference>(list)). A null list is
+// an empty range.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +14,9 @@ class ListView {
   class Iterator {
    public:
     Iterator(const talvo_arraylist *list, int32_t index) noexcept : list_(list), index_(index) {}
-    T *operator*() const noexcept { return static_cast<T *>(talvo_arraylist_getitem(list_, index_)); }
+    T *operator*() const noexcept {
+      return static_cast<T *>(talvo_arraylist_getitem(list_, index_));
+    }
     Iterator &operator++() noexcept {
       ++index_;
       return *this;
@@ -32,7 +35,9 @@ class ListView {
   Iterator end() const noexcept { return {list_, count_}; }
   int32_t size() const noexcept { return count_; }
   bool empty() const noexcept { return count_ == 0; }
-  T *operator[](int32_t index) const noexcept { return static_cast<T *>(talvo_arraylist_getitem(list_, index)); }
+  T *operator[](int32_t index) const noexcept {
+    return static_cast<T *>(talvo_arraylist_getitem(list_, index));
+  }
 
  private:
   const talvo_arraylist *list_;

@@ -1,5 +1,6 @@
-// Objects on the talvo allocator. `make<T>(kSource, ...)` records the line of its caller by itself: a string literal
-// converts to a Site, whose default argument is evaluated where the conversion happens.
+// Objects on the talvo allocator. `make<T>(kSource, ...)` records the line of its caller by itself:
+// a string literal converts to a Site, whose default argument is evaluated where the conversion
+// happens.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +18,8 @@ struct Site {
   int32_t line;
 
   // Implicit on purpose: see above.
-  Site(const char *source, std::source_location at = std::source_location::current()) noexcept  // NOLINT
+  Site(const char *source,
+       std::source_location at = std::source_location::current()) noexcept  // NOLINT
       : file(source), line(static_cast<int32_t>(at.line())) {}
 };
 

@@ -1,4 +1,5 @@
-// Reference counts of records and contexts: plain integers, since one object is never shared by two threads.
+// Reference counts of records and contexts: plain integers, since one object is never shared by two
+// threads.
 #pragma once
 
 #include <cstdint>

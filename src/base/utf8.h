@@ -1,5 +1,6 @@
-// A ustring as NUL-terminated UTF-8 for one scope, as libxml2 wants it. Text that holds a NUL cannot be expressed so:
-// then the object is false, as it is for a null string. Nothing is copied: the ustring must outlive the scope.
+// A ustring as NUL-terminated UTF-8 for one scope, as libxml2 wants it. Text that holds a NUL
+// cannot be expressed so: then the object is false, as it is for a null string. Nothing is copied:
+// the ustring must outlive the scope.
 #pragma once
 
 #include <cstring>
@@ -31,7 +32,8 @@ class Utf8 {
 // All bytes of a ustring; empty for null.
 inline std::string_view viewOf(const talvo_ustring *string) noexcept {
   const char *text = talvo_ustring_getutf8(string);
-  return text == nullptr ? std::string_view() : std::string_view(text, talvo_ustring_getlength(string));
+  return text == nullptr ? std::string_view()
+                         : std::string_view(text, talvo_ustring_getlength(string));
 }
 
 inline UString makeString(std::string_view text) noexcept {

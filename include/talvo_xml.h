@@ -1,0 +1,496 @@
+/* talvo_xml.h - XML documents, W3C XML Signatures and ETSI XAdES properties as plain C functions.
+ *
+ * Conventions that every function here shares:
+ *
+ * - Call talvo_xml_init once before anything else and talvo_xml_end once at the end.
+ * - Text crosses the interface as talvo_ustring (UTF-8). A string, list, blob, certificate or key
+ * that a function returns is new and the caller's to release, unless its comment says "borrowed".
+ * Arguments are only read, never adopted; strings that are kept are copied, counted objects are
+ * kept by one more reference.
+ * - Results: 1 for success and 0 for failure; a handle, and NULL on failure; counts are -1 for a
+ * NULL handle. NULL arguments are allowed everywhere and make a function fail.
+ * - The error word (uint32_t *error, always the last argument) receives a code on failure only.
+ * Without an error word such a function does nothing and answers 0 or NULL. The codes stand in the
+ * tables of the families below.
+ * - Nodes: an XmlNode is a node of any kind, an XmlDoc one of kind document. Nodes that the library
+ * made and nobody linked yet ("free-standing") belong to the caller and are released with
+ * talvo_xml_node_free or at talvo_xml_end; a node inside a document belongs to the document.
+ * Records and contexts point at nodes and never own them: the document must outlive them.
+ * - Contexts (..._ctx) and Signature records are reference counted: ..._dup adds a reference,
+ * ..._free drops one.
+ * - Threads: the library starts none. Distinct documents, records and contexts may be used in
+ * distinct threads; one of them must not be used by two threads at once. Start-up and shut-down run
+ * alone.
+ *
+ * Algorithm numbers:
+ *   canonicalisation  1 C14N 1.0, 2 with comments, 3 exclusive, 4 exclusive with comments, 5
+ * minimal, 6 C14N 1.1, 7 C14N 1.1 with comments transform         the same without 5, and 16
+ * Base64, 32 XPath filter, 48 enveloped signature digest            1 SHA-1, 2 MD5, 3 SHA-224, 4
+ * SHA-256, 5 SHA-384, 6 SHA-512, 7 RIPEMD-160, 8 SM3 signature method  33-39 HMAC (SHA-1, MD5,
+ * SHA-224, SHA-256, SHA-384, SHA-512, RIPEMD-160), 65 RSA-SHA1, 66 RSA-MD5, 67 RSA-SHA224, 68-70
+ * RSA-SHA256/384/512, 71 RSA-RIPEMD160, 72 DSA-SHA1, 73-77 ECDSA with SHA-1, SHA-224, SHA-256,
+ * SHA-384, SHA-512, 78-82 ESIGN with the same five, 83 SM2-SM3 -1                an identifier that
+ * the library does not know Certificate options: 1 none, 2 the signer's own, 3 its path without the
+ * root, 4 its path with the root. Dereferencing flags: 1 allows http and https, 2 verifies the
+ * references of a Manifest that a same-document URI names.
+ */
+#ifndef TALVO_XML_H
+#define TALVO_XML_H
+
+#include "talvo_crypto.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct XmlNode XmlNode;
+typedef XmlNode XmlDoc;
+typedef struct Signature Signature;
+typedef struct Reference Reference;
+typedef struct SignedInfoCtx SignedInfoCtx;
+typedef struct ReferenceCtx ReferenceCtx;
+typedef struct TransformCtx TransformCtx;
+typedef struct ObjectCtx ObjectCtx;
+typedef struct SignaturePropCtx SignaturePropCtx;
+typedef struct SignatureKey SignatureKey;
+typedef struct CertId CertId;
+
+/* ---- start and stop ---- */
+
+TALVO_API int32_t talvo_xml_init(void) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_end(void) TALVO_NOEXCEPT;
+/* talvo_xml_getversion returns the borrowed version text, for example "2.0.0". */
+TALVO_API const char *talvo_xml_getversion(void) TALVO_NOEXCEPT;
+
+/* ---- nodes: kinds, navigation, names, values ---- */
+
+TALVO_API uint32_t talvo_xml_node_gettype(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlDoc *talvo_xml_node_getdoc(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_getparent(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_getnextsibling(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_getprevsibling(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_getattribute(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_getnsnode(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_getassociatednsnode(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_getchildren(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_getelemchildren(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_skipignorenode(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_node_getname(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_node_getprefixedname(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_node_getnsuri(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_node_getvalue(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_node_getpcdata(const XmlNode *first) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_doc_getrootelement(const XmlDoc *doc) TALVO_NOEXCEPT;
+
+/* ---- nodes: building and editing ---- */
+
+TALVO_API XmlDoc *talvo_xml_doc_new(uint32_t version) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_newelem(const XmlNode *ns,
+                                          const talvo_ustring *name) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_newtext(XmlDoc *doc, const talvo_ustring *text) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_newcomment(XmlDoc *doc, const talvo_ustring *text) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_newpi(XmlDoc *doc, const talvo_ustring *name,
+                                        const talvo_ustring *content) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_newns(XmlNode *element, const talvo_ustring *uri,
+                                        const talvo_ustring *prefix) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_newattr(XmlNode *element, const XmlNode *ns,
+                                          const talvo_ustring *name,
+                                          const talvo_ustring *value) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_dup(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_addchild(XmlNode *parent, XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_addprevsibling(XmlNode *ref, XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_addnextsibling(XmlNode *ref, XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_addsibling(XmlNode *ref, XmlNode *first) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_node_remove(XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_setdoc(XmlNode *tree, XmlDoc *doc) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_setns(XmlNode *node, const XmlNode *ns) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_setvalue(XmlNode *node, const talvo_ustring *value) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_doc_setrootelement(XmlDoc *doc, XmlNode *root) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_node_free(XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_doc_free(XmlDoc *doc) TALVO_NOEXCEPT;
+
+/* ---- parsing and saving ---- */
+
+TALVO_API XmlDoc *talvo_xml_parse(const void *buffer, int64_t size) TALVO_NOEXCEPT;
+/* talvo_xml_parse_ex is talvo_xml_parse with flags: 1 no network, 2 no external DTD and no external
+ * entities. */
+TALVO_API XmlDoc *talvo_xml_parse_ex(const void *buffer, int64_t size,
+                                     uint32_t flags) TALVO_NOEXCEPT;
+TALVO_API XmlDoc *talvo_xml_parsefile(const char *path) TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_doc_dump_ex(const XmlDoc *doc, const char *encoding,
+                                                 uint32_t flags) TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_doc_dump(const XmlDoc *doc, uint32_t flags) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_doc_save_ex(const XmlDoc *doc, const char *encoding,
+                                        const char *filename, uint32_t flags) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_doc_save(const XmlDoc *doc, const char *filename,
+                                     uint32_t flags) TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_element_dump_ex(const XmlNode *element,
+                                                     const char *encoding) TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_element_dump(const XmlNode *element) TALVO_NOEXCEPT;
+
+/* ---- search, ID attributes ---- */
+
+TALVO_API int32_t talvo_xml_node_match(const XmlNode *node, const talvo_ustring *name,
+                                       const talvo_ustring *nsuri) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_findelemnode(const XmlNode *node, const talvo_ustring *name,
+                                               const talvo_ustring *nsuri) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_findallelemnode(const XmlNode *node, const talvo_ustring *name,
+                                                 const talvo_ustring *nsuri,
+                                                 talvo_arraylist **list) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_findallelemnodeinlist(const XmlNode *node,
+                                                       const talvo_ustring *name,
+                                                       const talvo_ustring *nsuri,
+                                                       talvo_arraylist *list) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_findsignature(const XmlNode *node,
+                                               talvo_arraylist **list) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_issignaturenode(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_ismanifestnode(const XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_findattribute(const XmlNode *element, const talvo_ustring *name,
+                                                const talvo_ustring *nsuri) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_node_getattributevalue(
+    const XmlNode *element, const talvo_ustring *name, const talvo_ustring *nsuri) TALVO_NOEXCEPT;
+/* talvo_xml_node_findxpath hands out a new list (items borrowed) of the nodes that the XPath 1.0
+ * expression selects, in document order, evaluated with `node` as context node and with the
+ * namespace prefixes in scope there. 0 when the expression does not compile or does not give a node
+ * set. */
+TALVO_API int32_t talvo_xml_node_findxpath(XmlNode *node, const talvo_ustring *expression,
+                                           talvo_arraylist **list) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_getidattribute(const XmlDoc *doc,
+                                            const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_getidelemnode(const XmlDoc *doc,
+                                           const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_setidattr(XmlDoc *doc, XmlNode *attr) TALVO_NOEXCEPT;
+
+/* ---- decoding a signature, queries ---- */
+
+TALVO_API Signature *talvo_xml_decode_signature(XmlNode *signatureElement) TALVO_NOEXCEPT;
+TALVO_API Signature *talvo_xml_signature_dup(Signature *signature) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_free_signature(Signature *signature) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_getnode(const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_getid(const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_getsignaturevalueid(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_getsignalgothrim(const Signature *signature,
+                                                       int32_t *method) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_gethmaclength(const Signature *signature,
+                                                    int32_t *length) TALVO_NOEXCEPT;
+TALVO_API talvo_arraylist *talvo_xml_signature_getreflist(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API SignedInfoCtx *talvo_xml_signature_getsignedinfo(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API TalvoPKICert *talvo_xml_signature_getsigncert(const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API talvo_arraylist *talvo_xml_signature_decodemanifestnode(XmlNode *manifestElement)
+    TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_free_signature_reference(Reference *reference) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_hassigningcertificate(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_xades_getqualifyingpropertiesid(
+    const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_xades_getsignedpropertiesid(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_xades_getsignedsignaturepropertiesid(
+    const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_getcertificatevaluescount(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API TalvoPKICert *talvo_xml_signature_xades_getcertificatevalue(const Signature *signature,
+                                                                      int32_t index) TALVO_NOEXCEPT;
+TALVO_API int32_t
+talvo_xml_signature_xades_getcompleterevocationrefscount(const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API CertId *talvo_xml_signature_xades_getcompleterevocationref(const Signature *signature,
+                                                                     int32_t index) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_getcountersignaturecount(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_getsignaturetimestampcount(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_time *talvo_xml_signature_xades_getsigningtime(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_certid_getcerthashalgo(const CertId *certId)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_certid_getcerthashvalue(
+    const CertId *certId, uint8_t **bytes, uint32_t *length) TALVO_NOEXCEPT;
+TALVO_API char *talvo_xml_signature_xades_certid_getissuer(const CertId *certId) TALVO_NOEXCEPT;
+TALVO_API talvo_biginteger *talvo_xml_signature_xades_certid_getsn(const CertId *certId)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_certid_matchcert(
+    const CertId *certId, const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_signature_xades_certid_free(CertId *certId) TALVO_NOEXCEPT;
+
+/* ---- what is to be signed: contexts and keys ---- */
+
+TALVO_API SignedInfoCtx *talvo_xml_signature_signedinfoctx_dup(SignedInfoCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_signature_signedinfoctx_free(SignedInfoCtx *context) TALVO_NOEXCEPT;
+TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_dup(ReferenceCtx *context) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_signature_referencectx_free(ReferenceCtx *context) TALVO_NOEXCEPT;
+TALVO_API TransformCtx *talvo_xml_signature_transformctx_dup(TransformCtx *context) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_signature_transformctx_free(TransformCtx *context) TALVO_NOEXCEPT;
+TALVO_API ObjectCtx *talvo_xml_signature_objectctx_dup(ObjectCtx *context) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_signature_objectctx_free(ObjectCtx *context) TALVO_NOEXCEPT;
+TALVO_API SignaturePropCtx *talvo_xml_signature_signaturepropctx_dup(SignaturePropCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_signature_signaturepropctx_free(SignaturePropCtx *context) TALVO_NOEXCEPT;
+TALVO_API SignedInfoCtx *talvo_xml_signature_signedinfoctx_new(
+    const talvo_ustring *id, uint32_t c14nMethod, const talvo_arraylist *prefixes,
+    int32_t signatureMethod, const talvo_arraylist *references) TALVO_NOEXCEPT;
+TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_new(
+    uint32_t digestMethod, const talvo_ustring *id, const talvo_ustring *uri,
+    const talvo_ustring *type, const talvo_data_blob *content,
+    const talvo_arraylist *transforms) TALVO_NOEXCEPT;
+TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_newwithhash(
+    uint32_t digestMethod, const talvo_data_blob *digest, const talvo_ustring *id,
+    const talvo_ustring *uri, const talvo_ustring *type,
+    const talvo_arraylist *transforms) TALVO_NOEXCEPT;
+TALVO_API TransformCtx *talvo_xml_signature_transformctx_new(int32_t transform,
+                                                             const void *parameter) TALVO_NOEXCEPT;
+TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newdata(
+    const talvo_ustring *id, const talvo_ustring *mimeType, const talvo_ustring *encoding,
+    const talvo_ustring *data) TALVO_NOEXCEPT;
+TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newnode(const talvo_ustring *id,
+                                                           XmlNode *node) TALVO_NOEXCEPT;
+TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newmanifest(
+    const talvo_ustring *id, const talvo_arraylist *references) TALVO_NOEXCEPT;
+TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newsignprops(
+    const talvo_ustring *id, const talvo_arraylist *properties) TALVO_NOEXCEPT;
+TALVO_API SignaturePropCtx *talvo_xml_signature_signaturepropctx_new(
+    const talvo_ustring *id, const talvo_ustring *target, XmlNode *content) TALVO_NOEXCEPT;
+TALVO_API SignatureKey *talvo_xml_signature_key_newcert(const TalvoPKICert *certificate)
+    TALVO_NOEXCEPT;
+TALVO_API SignatureKey *talvo_xml_signature_key_newpubkey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
+TALVO_API SignatureKey *talvo_xml_signature_key_dup(const SignatureKey *key) TALVO_NOEXCEPT;
+TALVO_API void talvo_xml_signature_key_free(SignatureKey *key) TALVO_NOEXCEPT;
+/* talvo_xml_signature_key_gettype returns 1 HMAC secret, 4 certificate, 5 public key; 0 for NULL.
+ */
+TALVO_API uint32_t talvo_xml_signature_key_gettype(const SignatureKey *key) TALVO_NOEXCEPT;
+/* talvo_xml_signature_key_getcert returns a new handle of the certificate of a key of type 4, else
+ * NULL. */
+TALVO_API TalvoPKICert *talvo_xml_signature_key_getcert(const SignatureKey *key) TALVO_NOEXCEPT;
+/* talvo_xml_signature_key_getpubkey returns a new handle of the key of a key of type 5, else NULL.
+ */
+TALVO_API TalvoPKIPublicKey *talvo_xml_signature_key_getpubkey(const SignatureKey *key)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_setincludecertflag(
+    SignedInfoCtx *context, int32_t option) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_setsignaturevalueid(
+    SignedInfoCtx *context, const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setusesigningtime(
+    SignedInfoCtx *context, int32_t flag) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsigningcertificateinfo(
+    SignedInfoCtx *context, int32_t digestMethod, int32_t option) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsignaturepolicyimplied(
+    SignedInfoCtx *context) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsignatureproductionplace(
+    SignedInfoCtx *context, const talvo_ustring *city, const talvo_ustring *stateOrProvince,
+    const talvo_ustring *postalCode, const talvo_ustring *countryName) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setqualifyingpropertiesid(
+    SignedInfoCtx *context, const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsignedpropertiesid(
+    SignedInfoCtx *context, const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsignedsignaturepropertiesid(
+    SignedInfoCtx *context, const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_signedinfoctx_getid(const SignedInfoCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_getsignalgoid(const SignedInfoCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signedinfoctx_getc14nmethon(const SignedInfoCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_arraylist *talvo_xml_signature_signedinfoctx_getc14nparam(
+    const SignedInfoCtx *context) TALVO_NOEXCEPT;
+TALVO_API talvo_arraylist *talvo_xml_signature_signedinfoctx_getrefs(const SignedInfoCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_referencectx_getid(const ReferenceCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_referencectx_geturi(const ReferenceCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_referencectx_gettype(const ReferenceCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_referencectx_gethashalgoid(const ReferenceCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_signature_referencectx_gethashvalue(
+    const ReferenceCtx *context) TALVO_NOEXCEPT;
+TALVO_API talvo_arraylist *talvo_xml_signature_referencectx_gettransforms(
+    const ReferenceCtx *context) TALVO_NOEXCEPT;
+TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_decode(XmlNode *referenceElement)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_transformctx_getalgoid(const TransformCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API void *talvo_xml_signature_transformctx_getparam(const TransformCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_objectctx_gettype(const ObjectCtx *context) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_objectctx_getnode(const ObjectCtx *context) TALVO_NOEXCEPT;
+TALVO_API talvo_arraylist *talvo_xml_signature_objectctx_getsignatureprops(const ObjectCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_arraylist *talvo_xml_signature_objectctx_getmanifest(const ObjectCtx *context)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_sethmackey(Signature *signature, const void *key,
+                                                 size_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_sethdomainparam(Signature *signature,
+                                                      const talvo_biginteger *p,
+                                                      const talvo_biginteger *q,
+                                                      const talvo_biginteger *g) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_setbasepath(Signature *signature,
+                                                  const talvo_ustring *path) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_addcert(Signature *signature,
+                                              const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+
+/* ---- Id registration ---- */
+
+TALVO_API int32_t talvo_xml_signature_setid(XmlDoc *doc) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_setsubtreeidattr(XmlDoc *doc, XmlNode *node,
+                                                  const talvo_ustring *name) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_node_findsetidattr(XmlDoc *doc, XmlNode *node,
+                                               const talvo_ustring *name) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_setidattr(Signature *signature) TALVO_NOEXCEPT;
+
+/* ---- generating signature elements ---- */
+
+TALVO_API XmlNode *talvo_xml_signedinfonode_gen(XmlDoc *doc, XmlNode *ns,
+                                                SignedInfoCtx *context) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_c14nmethodnode_gen(uint32_t c14nMethod,
+                                                const talvo_arraylist *prefixes,
+                                                XmlNode *ns) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_refsnode_gen(XmlDoc *doc, const talvo_arraylist *references,
+                                          XmlNode *ns) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_digestmethodnode_gen(uint32_t digestMethod,
+                                                  XmlNode *ns) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_digestvalue_gen(XmlDoc *doc, XmlNode *ns, const void *bytes,
+                                             size_t length) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signvaluenode_gen(XmlDoc *doc, XmlNode *ns,
+                                               const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_keyinfonode_gen(
+    XmlDoc *doc, XmlNode *ns, const SignatureKey *key, int32_t includeCertOption,
+    const talvo_arraylist *extraCertificates) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_x509datanode_gen(XmlDoc *doc, XmlNode *ns,
+                                              const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_objectsnode_gen(XmlDoc *doc, XmlNode *ns,
+                                             const talvo_arraylist *objects) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_inclusivenamespaces_gen(const talvo_arraylist *prefixes)
+    TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_node_gen(XmlDoc *doc, XmlNode *ns, const talvo_ustring *name,
+                                      const talvo_ustring *text) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_xadesnode_qualifyingproperties_gen(XmlDoc *doc, XmlNode *ns,
+                                                                const talvo_ustring *signatureId,
+                                                                SignedInfoCtx *context,
+                                                                const TalvoPKICert *certificate,
+                                                                uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_xadesnode_signingcertificate_cert_gen(
+    XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t digestMethod,
+    const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_xades_encder_gen(XmlDoc *doc, XmlNode *ns,
+                                                        const talvo_ustring *name,
+                                                        const void *bytes,
+                                                        size_t length) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_xades_getLastChildPos(XmlDoc *doc,
+                                                             XmlNode *element) TALVO_NOEXCEPT;
+
+/* ---- signing ---- */
+
+TALVO_API int32_t talvo_xml_signature_calcrefdigestvalue(XmlDoc *doc, XmlNode *signatureElement,
+                                                         SignedInfoCtx *context,
+                                                         const talvo_ustring *basePath,
+                                                         uint32_t dereferenceFlag,
+                                                         uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_calcsignature(XmlDoc *doc, XmlNode *signatureElement,
+                                                    TalvoPKIKeyPair *keyPair,
+                                                    int32_t signatureMethod, uint32_t c14nMethod,
+                                                    const talvo_arraylist *prefixes,
+                                                    uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_calref(XmlNode *referenceElement,
+                                                    uint32_t dereferenceFlag,
+                                                    const talvo_ustring *basePath,
+                                                    uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_signex(
+    XmlDoc *doc, XmlNode *parent, XmlNode *sibling, const talvo_ustring *signatureId,
+    SignedInfoCtx *context, const talvo_arraylist *objects, const SignatureKey *key,
+    TalvoPKIKeyPair *keyPair, int32_t checkKey, const talvo_arraylist *extraCertificates,
+    const talvo_ustring *basePath, XmlNode **signatureElement, uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_sign(XmlDoc *doc, XmlNode *parent, XmlNode *sibling,
+                                           const talvo_ustring *signatureId, SignedInfoCtx *context,
+                                           const talvo_arraylist *objects,
+                                           TalvoPKICert *certificate, const char *credential,
+                                           XmlNode **signatureElement,
+                                           uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_sign_ex(XmlNode *signatureElement, TalvoPKICert *certificate,
+                                              const talvo_json *parameters,
+                                              uint32_t *error) TALVO_NOEXCEPT;
+
+/* ---- properties added after signing (XAdES) ---- */
+
+TALVO_API int32_t talvo_xml_signature_xades_addsignaturetimestamp(
+    XmlNode *signatureElement, const talvo_ustring *id, int32_t c14nMethod,
+    const talvo_arraylist *prefixes, const talvo_ustring *tsa, int32_t digestMethod,
+    TalvoPKITimeStamp **timeStamp, uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_verifysignaturetimestamp(
+    const Signature *signature, int32_t index, const talvo_arraylist *trusted,
+    TalvoPKITimeStamp **timeStamp) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_addcertificatevalues(
+    XmlNode *signatureElement, const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_addcompletecertificaterefs(
+    XmlNode *signatureElement, const talvo_ustring *id, int32_t digestMethod,
+    const TalvoPKICert *certificate, const void *reserved) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_add_revocationvalues_crl(XmlNode *signatureElement,
+                                                                     const void *crl,
+                                                                     int32_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_add_completerevocationrefs_crl(
+    XmlNode *signatureElement, int32_t digestMethod, uint32_t flags, const void *crl,
+    int32_t length) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_set_revocationvalues_id(
+    XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_set_certificatevalues_id(
+    XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_set_completerevocationrefs_id(
+    XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_countersign(
+    XmlNode *signatureElement, const SignatureKey *key, int32_t digestMethod,
+    const talvo_ustring *id, const talvo_json *parameters, XmlNode **counterSignature,
+    uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_verifycountersignature(
+    const Signature *signature, int32_t index, const TalvoPKICert *certificate,
+    TalvoPKICert **signerCertificate, XmlNode **counterSignature) TALVO_NOEXCEPT;
+
+/* ---- verifying ---- */
+
+TALVO_API int32_t talvo_xml_signature_signaturevalidation(Signature *signature, SignatureKey **key,
+                                                          uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
+                                                          const void *externalData, size_t length,
+                                                          uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_referencevalidation_ex(const Signature *signature,
+                                                             uint32_t flags,
+                                                             const void *externalData,
+                                                             size_t length,
+                                                             uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const void *externalData,
+                                                size_t length, uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_verifyref_ex(XmlNode *referenceElement, uint32_t flags,
+                                                   const talvo_ustring *basePath,
+                                                   const void *externalData, size_t length,
+                                                   uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_verify(XmlDoc *doc, const void *externalData, size_t length,
+                                             talvo_arraylist **keys,
+                                             uint32_t *error) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_verify_ex(XmlDoc *doc, const talvo_ustring *basePath,
+                                                const void *externalData, size_t length,
+                                                talvo_arraylist **keys,
+                                                uint32_t *error) TALVO_NOEXCEPT;
+
+/* ---- canonicalisation and URIs ---- */
+
+TALVO_API talvo_data_blob *talvo_xml_c14nnode(XmlNode *node, uint32_t mode,
+                                              const talvo_arraylist *prefixes) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_uri_encode(const talvo_ustring *uri) TALVO_NOEXCEPT;
+
+/* ---- algorithms by number ---- */
+
+/* talvo_xml_algorithm_getname returns the borrowed short English name of an algorithm (for example
+ * "RSA-SHA256"), or NULL for a number that its kind does not have. `kind` is 1 canonicalisation, 2
+ * digest, 3 signature method, 4 transform. */
+TALVO_API const char *talvo_xml_algorithm_getname(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
+/* talvo_xml_algorithm_geturi returns the identifier that is written for the algorithm, or NULL
+ * where there is none. */
+TALVO_API talvo_ustring *talvo_xml_algorithm_geturi(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
