@@ -1,0 +1,32 @@
+"""What the checkers share: the files of the project and the includes that a file names."""
+
+import pathlib
+import re
+import subprocess
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+_INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
+
+
+def tracked_files(*patterns):
+    """The files git knows or would add, so that a new file is checked before its first commit."""
+    listing = subprocess.run(
+        ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard", "--", *patterns],
+        cwd=ROOT, check=True, capture_output=True, text=True).stdout
+    return sorted(ROOT / name for name in listing.split("\0") if name and (ROOT / name).exists())
+
+
+def includes(path):
+    """(line number, delimiter, name) of each include of a file."""
+    text = path.read_text(encoding="utf-8")
+    return [(text.count("\n", 0, match.start(1)) + 1, match[1], match[2])
+            for match in _INCLUDE.finditer(text)]
+
+
+def resolve(path, name):
+    """The project file that a quoted include of `path` means, or None."""
+    for folder in (path.parent, ROOT / "include", ROOT / "src", ROOT / "tests"):
+        candidate = folder / name
+        if candidate.is_file():
+            return candidate.resolve()
+    return None
