@@ -1,0 +1,91 @@
+// The codes that reach a caller's error word, one enumeration per family of functions. Their
+// meanings in words stand in the public header.
+#pragma once
+
+#include <cstdint>
+
+namespace talvo {
+
+// Making a signature, and everything added to one later.
+enum class SignError : uint32_t {
+  failed = 1,
+  outOfMemory = 3,
+  unsupportedUri = 4,
+  notFound = 5,
+  missingArgument = 6,
+  c14nMethod = 8,
+  noKey = 9,
+  hmacKey = 10,
+  signatureMethod = 11,
+  digestMethod = 12,
+  transformFailed = 13,
+  tooManyReferencesWithoutUri = 14,
+  idRegistration = 15,
+  placement = 16,
+  keyMismatch = 17,
+  certificateMayNotSign = 18,
+  pathCertificate = 19,
+  missingElement = 20,
+  notASignature = 21,
+  canonicalization = 22,
+  timeStamp = 23,
+  noKeyForCertificate = 24,
+  parameters = 25,
+  noSignatureValueId = 26,
+  notAReference = 27,
+  networkRefused = 28,
+  signingCertificate = 29,
+};
+
+// Checking a signature or a reference.
+enum class VerifyError : uint32_t {
+  invalidSignature = 1,
+  invalidReference = 2,
+  outOfMemory = 3,
+  missingArgument = 6,
+  c14nMethod = 8,
+  noKey = 9,
+  hmacMethod = 10,
+  signatureMethod = 11,
+  digestMethod = 12,
+  transformFailed = 13,
+  tooManyReferencesWithoutUri = 14,
+  idRegistration = 15,
+  noSignature = 16,
+  undecodable = 17,
+  notAReference = 19,
+  signingCertificate = 23,
+};
+
+// From the URI of a reference to its data.
+enum class DereferenceError : uint32_t {
+  digestFailed = 2,
+  outOfMemory = 3,
+  unsupportedUri = 4,
+  notFound = 5,
+  missingArgument = 6,
+  networkRefused = 21,
+  manifest = 22,
+  networkRefusedWhileDigesting = 28,
+};
+
+// Looking up and running transforms.
+enum class TransformError : uint32_t {
+  outOfMemory = 3,
+  missingArgument = 6,
+  unknownAlgorithm = 7,
+  transformFailed = 13,
+  prefixList = 18,
+  xpathElement = 24,
+};
+
+// Digesting the output of a chain of transforms.
+enum class DigestError : uint32_t {
+  mismatch = 2,
+  outOfMemory = 3,
+  digestMethod = 12,
+  canonicalization = 13,
+  hashFailed = 19,
+};
+
+}  // namespace talvo
