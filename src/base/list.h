@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "base/handle.h"
+#include "base/memory.h"
 
 namespace talvo {
 

@@ -1,0 +1,155 @@
+// The allocator: malloc with a small header in front of each block, from which live blocks and
+// bytes are counted. The counts are relaxed atomics: they are exact whenever the threads are at
+// rest, and no allocation waits for another. Builds with TALVO_FAULT_HOOKS also chain the live
+// blocks, for leak reports, and can fail one on demand.
+#include "util/allocator.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <limits>
+#include <mutex>
+#include <new>
+
+#include "talvo_util.h"
+
+namespace talvo {
+namespace {
+
+struct alignas(std::max_align_t) BlockHeader {
+  size_t size;
+#ifdef TALVO_FAULT_HOOKS
+  const char *file;
+  int32_t line;
+  BlockHeader *previous;
+  BlockHeader *next;
+#endif
+};
+
+std::atomic<int64_t> g_liveBlocks{0};
+std::atomic<int64_t> g_liveBytes{0};
+
+#ifdef TALVO_FAULT_HOOKS
+
+std::atomic<int64_t> g_failAfter{-1};
+std::atomic<bool> g_hasFailed{false};
+std::mutex g_chainMutex;
+BlockHeader *g_oldest = nullptr;
+BlockHeader *g_newest = nullptr;
+
+void chain(BlockHeader *block, const char *file, int32_t line) noexcept {
+  const std::scoped_lock lock(g_chainMutex);
+  block->file = file;
+  block->line = line;
+  block->previous = g_newest;
+  block->next = nullptr;
+  (g_newest == nullptr ? g_oldest : g_newest->next) = block;
+  g_newest = block;
+}
+
+void unchain(BlockHeader *block) noexcept {
+  const std::scoped_lock lock(g_chainMutex);
+  (block->previous == nullptr ? g_oldest : block->previous->next) = block->next;
+  (block->next == nullptr ? g_newest : block->next->previous) = block->previous;
+}
+
+#else
+
+void chain(BlockHeader *, const char *, int32_t) noexcept {}
+void unchain(BlockHeader *) noexcept {}
+
+#endif
+
+void count(int64_t blocks, int64_t bytes) noexcept {
+  g_liveBlocks.fetch_add(blocks, std::memory_order_relaxed);
+  g_liveBytes.fetch_add(bytes, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+#ifdef TALVO_FAULT_HOOKS
+
+bool takeFault() noexcept {
+  if (g_failAfter.load(std::memory_order_relaxed) < 0) {
+    return false;
+  }
+  if (g_failAfter.fetch_sub(1, std::memory_order_relaxed) != 0) {
+    return false;
+  }
+  g_hasFailed.store(true, std::memory_order_relaxed);
+  return true;
+}
+
+size_t listLiveBlocks(LiveBlock *out, size_t capacity) noexcept {
+  const std::scoped_lock lock(g_chainMutex);
+  size_t written = 0;
+  for (const BlockHeader *block = g_oldest; block != nullptr && written < capacity;
+       block = block->next) {
+    out[written++] = {block->file, block->line, block->size};
+  }
+  return written;
+}
+
+#else
+
+bool takeFault() noexcept {
+  return false;
+}
+
+size_t listLiveBlocks(LiveBlock *, size_t) noexcept {
+  return 0;
+}
+
+#endif
+
+}  // namespace talvo
+
+using namespace talvo;
+
+void *talvo_malloc(size_t size, const char *file, int32_t line) noexcept {
+  constexpr size_t kLimit = std::numeric_limits<ptrdiff_t>::max() - sizeof(BlockHeader);
+  if (size > kLimit || takeFault()) {
+    return nullptr;
+  }
+  void *memory = std::malloc(sizeof(BlockHeader) + size);
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  auto *block = new (memory) BlockHeader{};
+  block->size = size;
+  chain(block, file, line);
+  count(1, static_cast<int64_t>(size));
+  return block + 1;
+}
+
+void talvo_free(void *block) noexcept {
+  if (block == nullptr) {
+    return;
+  }
+  BlockHeader *header = static_cast<BlockHeader *>(block) - 1;
+  unchain(header);
+  count(-1, -static_cast<int64_t>(header->size));
+  std::free(header);
+}
+
+int64_t talvo_memory_getliveblocks() noexcept {
+  return g_liveBlocks.load(std::memory_order_relaxed);
+}
+
+int64_t talvo_memory_getlivebytes() noexcept {
+  return g_liveBytes.load(std::memory_order_relaxed);
+}
+
+void talvo_memory_setfailafter([[maybe_unused]] int64_t count) noexcept {
+#ifdef TALVO_FAULT_HOOKS
+  g_hasFailed.store(false, std::memory_order_relaxed);
+  g_failAfter.store(count < 0 ? -1 : count, std::memory_order_relaxed);
+#endif
+}
+
+int32_t talvo_memory_hasfailed() noexcept {
+#ifdef TALVO_FAULT_HOOKS
+  return g_hasFailed.load(std::memory_order_relaxed) ? 1 : 0;
+#else
+  return 0;
+#endif
+}
