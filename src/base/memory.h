@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <source_location>
 #include <utility>
 
 #include "base/handle.h"
@@ -17,10 +16,9 @@ struct Site {
   const char *file;
   int32_t line;
 
-  // Implicit on purpose: see above.
-  Site(const char *source,
-       std::source_location at = std::source_location::current()) noexcept  // NOLINT
-      : file(source), line(static_cast<int32_t>(at.line())) {}
+  // Implicit on purpose: see above. Not std::source_location, which clang 14 does not have.
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  Site(const char *source, int32_t at = __builtin_LINE()) noexcept : file(source), line(at) {}
 };
 
 template <class T>
