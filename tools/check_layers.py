@@ -4,7 +4,7 @@
 import pathlib
 import sys
 
-from source_tree import ROOT, includes, resolve, tracked_files
+from source_tree import ROOT, includes, resolve, source_files
 
 
 def covers(place, stem):
@@ -56,9 +56,7 @@ def stem_of(path):
 def main():
     rules = Rules(pathlib.Path(__file__).with_name("layers.txt"))
     bad = 0
-    for path in tracked_files("include/*", "src/*"):
-        if path.suffix not in (".h", ".c", ".cpp", ".def"):
-            continue
+    for path in source_files("include", "src"):
         stem = stem_of(path)
         reports = [] if rules.layer(stem) is not None else [(1, "belongs to no layer")]
         for line, delimiter, name in includes(path):

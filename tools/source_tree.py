@@ -2,18 +2,15 @@
 
 import pathlib
 import re
-import subprocess
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 _INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 
 
-def tracked_files(*patterns):
-    """The files git knows or would add, so that a new file is checked before its first commit."""
-    listing = subprocess.run(
-        ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard", "--", *patterns],
-        cwd=ROOT, check=True, capture_output=True, text=True).stdout
-    return sorted(ROOT / name for name in listing.split("\0") if name and (ROOT / name).exists())
+def source_files(*folders):
+    """The C and C++ files below the named folders of the project."""
+    return sorted(path for folder in folders for path in (ROOT / folder).rglob("*")
+                  if path.suffix in (".h", ".c", ".cpp", ".def"))
 
 
 def includes(path):
