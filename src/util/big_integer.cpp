@@ -6,9 +6,9 @@
 #include <utility>
 
 #include <openssl/bn.h>
-#include <openssl/err.h>
 
 #include "base/memory.h"
+#include "util/openssl_objects.h"
 
 namespace {
 
@@ -32,11 +32,7 @@ struct talvo_biginteger {
 namespace {
 
 talvo_biginteger *wrap(Number number) noexcept {
-  if (!number) {
-    ERR_clear_error();
-    return nullptr;
-  }
-  return make<talvo_biginteger>(kSource, std::move(number)).release();
+  return number ? make<talvo_biginteger>(kSource, std::move(number)).release() : nullptr;
 }
 
 Number readMagnitude(Bytes bytes) noexcept {
@@ -134,10 +130,9 @@ int32_t talvo_biginteger_todec(const talvo_biginteger *number, char **text) noex
   if (number == nullptr || text == nullptr || BN_num_bits(number->number.get()) > kDecimalBits) {
     return 0;
   }
-  const auto freeText = [](char *pointer) { OPENSSL_free(pointer); };
-  const std::unique_ptr<char, decltype(freeText)> decimal(BN_bn2dec(number->number.get()));
+  const ErrorQueueScope errors;
+  const OpensslMemory<char> decimal(BN_bn2dec(number->number.get()));
   if (!decimal) {
-    ERR_clear_error();
     return 0;
   }
   const size_t size = std::strlen(decimal.get()) + 1;
