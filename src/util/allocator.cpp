@@ -20,8 +20,8 @@ struct alignas(std::max_align_t) BlockHeader {
 #ifdef TALVO_FAULT_HOOKS
   const char *file;
   int32_t line;
-  BlockHeader *previous;
-  BlockHeader *next;
+  BlockHeader *older;
+  BlockHeader *newer;
 #endif
 };
 
@@ -33,23 +33,26 @@ std::atomic<int64_t> g_liveBytes{0};
 std::atomic<int64_t> g_failAfter{-1};
 std::atomic<bool> g_hasFailed{false};
 std::mutex g_chainMutex;
-BlockHeader *g_oldest = nullptr;
 BlockHeader *g_newest = nullptr;
 
 void chain(BlockHeader *block, const char *file, int32_t line) noexcept {
   const std::scoped_lock lock(g_chainMutex);
   block->file = file;
   block->line = line;
-  block->previous = g_newest;
-  block->next = nullptr;
-  (g_newest == nullptr ? g_oldest : g_newest->next) = block;
+  block->older = g_newest;
+  block->newer = nullptr;
+  if (g_newest != nullptr) {
+    g_newest->newer = block;
+  }
   g_newest = block;
 }
 
 void unchain(BlockHeader *block) noexcept {
   const std::scoped_lock lock(g_chainMutex);
-  (block->previous == nullptr ? g_oldest : block->previous->next) = block->next;
-  (block->next == nullptr ? g_newest : block->next->previous) = block->previous;
+  if (block->older != nullptr) {
+    block->older->newer = block->newer;
+  }
+  (block->newer == nullptr ? g_newest : block->newer->older) = block->older;
 }
 
 #else
@@ -82,8 +85,8 @@ bool takeFault() noexcept {
 size_t listLiveBlocks(LiveBlock *out, size_t capacity) noexcept {
   const std::scoped_lock lock(g_chainMutex);
   size_t written = 0;
-  for (const BlockHeader *block = g_oldest; block != nullptr && written < capacity;
-       block = block->next) {
+  for (const BlockHeader *block = g_newest; block != nullptr && written < capacity;
+       block = block->older) {
     out[written++] = {block->file, block->line, block->size};
   }
   return written;

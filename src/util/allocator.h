@@ -16,7 +16,7 @@ struct LiveBlock {
   size_t size;
 };
 
-// The oldest live blocks, at most `capacity` of them; returns how many were written.
+// The newest live blocks, newest first, at most `capacity` of them; returns how many were written.
 size_t listLiveBlocks(LiveBlock *out, size_t capacity) noexcept;
 
 }  // namespace talvo
