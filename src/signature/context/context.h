@@ -23,6 +23,23 @@ struct ProductionPlace {
 
 void freeProductionPlace(ProductionPlace *place) noexcept;
 
+// Which certificates are written.
+constexpr int32_t kIncludeNone = 1;
+constexpr int32_t kIncludeSelf = 2;
+constexpr int32_t kIncludePath = 3;
+constexpr int32_t kIncludePathWithRoot = 4;
+
+// What an ObjectCtx holds.
+constexpr uint32_t kObjectData = 1;
+constexpr uint32_t kObjectSignatureProperties = 3;
+constexpr uint32_t kObjectManifest = 4;
+constexpr uint32_t kObjectNode = 5;
+
+// What a SignatureKey holds.
+constexpr uint32_t kKeyHmac = 1;
+constexpr uint32_t kKeyCertificate = 4;
+constexpr uint32_t kKeyPublic = 5;
+
 }  // namespace talvo
 
 struct TransformCtx : talvo::Counted {
@@ -50,13 +67,13 @@ struct SignedInfoCtx : talvo::Counted {
   talvo::List prefixes;  // of ustring; only with exclusive canonicalisation
   int32_t signatureMethod = 0;
   talvo::List references;  // of ReferenceCtx
-  int32_t includeCertOption = 2;
+  int32_t includeCertOption = talvo::kIncludeSelf;
   bool useSigningTime = false;
   talvo::UString qualifyingPropertiesId;
   talvo::UString signedPropertiesId;
   talvo::UString signedSignaturePropertiesId;
   int32_t signingCertificateDigest = -1;  // -1: no SigningCertificate
-  int32_t signingCertificateOption = 2;
+  int32_t signingCertificateOption = talvo::kIncludeSelf;
   bool signaturePolicyPresent = false;
   bool signaturePolicyImplied = false;
   talvo::UString signatureValueId;
@@ -78,9 +95,8 @@ struct SignaturePropCtx : talvo::Counted {
   ~SignaturePropCtx();
 };
 
-// kind 1 data, 3 signature properties, 4 manifest, 5 node
 struct ObjectCtx : talvo::Counted {
-  uint32_t kind = 0;
+  uint32_t kind = 0;  // kObject...
   talvo::UString id;
   talvo::UString mimeType;
   talvo::UString encoding;
@@ -92,9 +108,8 @@ struct ObjectCtx : talvo::Counted {
   ~ObjectCtx();
 };
 
-// type 1 HMAC secret, 4 certificate, 5 public key
 struct SignatureKey {
-  uint32_t type = 0;
+  uint32_t type = 0;  // kKey...
   std::variant<std::monostate, talvo::Handle<TalvoPKICert, TalvoPKICertFreeCert>,
                talvo::Handle<TalvoPKIPublicKey, TalvoPKICryptoFreePublicKey>, talvo::Blob>
       value;
