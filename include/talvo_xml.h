@@ -163,47 +163,226 @@ TALVO_API int32_t talvo_xml_node_setidattr(XmlDoc *doc, XmlNode *attr) TALVO_NOE
 
 /* ---- decoding a signature, queries ---- */
 
+/* talvo_xml_decode_signature reads a ds:Signature element of a document into a new record, or
+ * returns NULL when the element is not laid out exactly as the XML Signature schema says (order of
+ * the children, foreign or repeated attributes, values that are not Base64), or memory is
+ * exhausted. Algorithms that the library does not know are no failure: they are kept with the
+ * number -1. XAdES properties (namespace of version 1.3.2 only) that cannot be read count as
+ * absent. Nothing is fetched and nothing is verified.
+ *
+ * When something stands behind KeyInfo (or, without KeyInfo, behind SignatureValue), the Id
+ * attributes of all signatures of the document are declared as IDs, as talvo_xml_signature_setid
+ * does; a signature that ends there is decoded without that and without XAdES properties. The
+ * document must outlive the record. The caller releases the record with talvo_xml_free_signature.
+ */
 TALVO_API Signature *talvo_xml_decode_signature(XmlNode *signatureElement) TALVO_NOEXCEPT;
+/* talvo_xml_signature_dup adds a reference to the record and returns it; NULL for NULL. */
 TALVO_API Signature *talvo_xml_signature_dup(Signature *signature) TALVO_NOEXCEPT;
+/* talvo_xml_free_signature drops one reference and releases the record with the last. Nodes stay in
+ * their document. NULL is ignored. */
 TALVO_API void talvo_xml_free_signature(Signature *signature) TALVO_NOEXCEPT;
+
+/* talvo_xml_signature_getnode returns the borrowed ds:Signature element; NULL for NULL. */
 TALVO_API XmlNode *talvo_xml_signature_getnode(const Signature *signature) TALVO_NOEXCEPT;
+/* talvo_xml_signature_getid and talvo_xml_signature_getsignaturevalueid return a new string with
+ * the Id of the Signature and of the SignatureValue element, or NULL without that attribute. */
 TALVO_API talvo_ustring *talvo_xml_signature_getid(const Signature *signature) TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_signature_getsignaturevalueid(const Signature *signature)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_getsignedinfoid returns a new string with the Id of SignedInfo, or NULL. */
+TALVO_API talvo_ustring *talvo_xml_signature_getsignedinfoid(const Signature *signature)
+    TALVO_NOEXCEPT;
+/* talvo_xml_signature_getsignaturevalue returns the octets of SignatureValue as a new blob. */
+TALVO_API talvo_data_blob *talvo_xml_signature_getsignaturevalue(const Signature *signature)
+    TALVO_NOEXCEPT;
+/* talvo_xml_signature_getc14nmethod returns the number of the canonicalisation method of
+ * SignedInfo, -1 for an unknown one and for NULL; talvo_xml_signature_getc14nuri returns its
+ * identifier as written, a new string. */
+TALVO_API int32_t talvo_xml_signature_getc14nmethod(const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_getc14nuri(const Signature *signature) TALVO_NOEXCEPT;
+/* talvo_xml_signature_getsignalgothrim hands out the number of the signature method (-1 for an
+ * unknown one) and returns 1; 0 for a NULL argument. */
 TALVO_API int32_t talvo_xml_signature_getsignalgothrim(const Signature *signature,
                                                        int32_t *method) TALVO_NOEXCEPT;
+/* talvo_xml_signature_getsignatureuri returns the identifier of the signature method as written, a
+ * new string. */
+TALVO_API talvo_ustring *talvo_xml_signature_getsignatureuri(const Signature *signature)
+    TALVO_NOEXCEPT;
+/* talvo_xml_signature_gethmaclength hands out the octets that an HMAC signature value must have:
+ * HMACOutputLength divided by 8, or the full output without that element. 0 for a method that is
+ * no HMAC and for a length that is not a multiple of 8 bits. */
 TALVO_API int32_t talvo_xml_signature_gethmaclength(const Signature *signature,
                                                     int32_t *length) TALVO_NOEXCEPT;
+/* talvo_xml_signature_getreflist returns a new list of the Reference records of SignedInfo in
+ * document order. The records are borrowed: they live as long as the signature, and the caller
+ * releases only the list. NULL for NULL. */
 TALVO_API talvo_arraylist *talvo_xml_signature_getreflist(const Signature *signature)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_getsignedinfo returns a new context that describes SignedInfo (canonicalisation
+ * with its prefixes, method, references with their digests as given digests), or NULL where such a
+ * context cannot be made: an HMAC or unknown method, an unknown algorithm, exclusive
+ * canonicalisation without a prefix list, a reference without URI. The caller releases it with
+ * talvo_xml_signature_signedinfoctx_free. */
 TALVO_API SignedInfoCtx *talvo_xml_signature_getsignedinfo(const Signature *signature)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_getsigncert returns a new handle of the certificate whose key verified the
+ * signature value, or NULL before verification and after one without certificate. */
 TALVO_API TalvoPKICert *talvo_xml_signature_getsigncert(const Signature *signature) TALVO_NOEXCEPT;
+
+/* talvo_xml_signature_decodemanifestnode reads a ds:Manifest element strictly and returns a new
+ * list of its Reference records in document order, or NULL. The records are the caller's: each is
+ * released with talvo_xml_free_signature_reference, then the list. */
 TALVO_API talvo_arraylist *talvo_xml_signature_decodemanifestnode(XmlNode *manifestElement)
     TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_free_signature_reference(Reference *reference) TALVO_NOEXCEPT;
+/* What a Reference record holds. The node is borrowed; strings and the blob are new. A NULL string
+ * means that the attribute is absent; an empty URI is an empty string. */
+TALVO_API XmlNode *talvo_xml_signature_reference_getnode(const Reference *reference) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_reference_getid(const Reference *reference)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_reference_geturi(const Reference *reference)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_reference_gettype(const Reference *reference)
+    TALVO_NOEXCEPT;
+/* talvo_xml_signature_reference_getdigestmethod returns the number of the digest method, -1 for an
+ * unknown one and for NULL; ..._getdigesturi returns its identifier as written. */
+TALVO_API int32_t talvo_xml_signature_reference_getdigestmethod(const Reference *reference)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_reference_getdigesturi(const Reference *reference)
+    TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_signature_reference_getdigestvalue(const Reference *reference)
+    TALVO_NOEXCEPT;
+/* talvo_xml_signature_reference_gettransformcount returns how many transforms the reference has; 0
+ * without ds:Transforms; -1 for NULL. The three getters behind it answer for the transform at
+ * `index`: its number (-1 for an unknown identifier or no such transform), its identifier as
+ * written (new), its element (borrowed). */
+TALVO_API int32_t talvo_xml_signature_reference_gettransformcount(const Reference *reference)
+    TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_reference_gettransform(const Reference *reference,
+                                                             int32_t index) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_reference_gettransformuri(
+    const Reference *reference, int32_t index) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_reference_gettransformnode(const Reference *reference,
+                                                                  int32_t index) TALVO_NOEXCEPT;
+
+/* The children of KeyInfo, in document order. talvo_xml_signature_getkeyinfocount returns how many
+ * there are; 0 without KeyInfo; -1 for NULL. talvo_xml_signature_getkeyinfokind returns 1 KeyName, 2
+ * KeyValue, 3 RetrievalMethod, 4 X509Data, 7 MgmtData, -1 anything else or no such child. */
+TALVO_API int32_t talvo_xml_signature_getkeyinfocount(const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_getkeyinfokind(const Signature *signature,
+                                                     int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_signature_getkeyinfotext returns a new string: the text of a KeyName or MgmtData, the
+ * URI of a RetrievalMethod; NULL for another kind. */
+TALVO_API talvo_ustring *talvo_xml_signature_getkeyinfotext(const Signature *signature,
+                                                            int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_signature_getkeyinfokeytype returns 2 for an RSA and 1 for a DSA KeyValue, -1 for
+ * another child; talvo_xml_signature_getkeyinfokeybits the bits of its modulus or of its P, 0 for a
+ * DSA key that leaves P to the caller, -1 for another child. */
+TALVO_API int32_t talvo_xml_signature_getkeyinfokeytype(const Signature *signature,
+                                                        int32_t index) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_getkeyinfokeybits(const Signature *signature,
+                                                        int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_signature_getkeyinfonode returns the borrowed node of a child that the library does not
+ * know (kind -1), else NULL. */
+TALVO_API XmlNode *talvo_xml_signature_getkeyinfonode(const Signature *signature,
+                                                      int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_signature_getkeyinfocertcount returns how many X509Certificate elements KeyInfo holds
+ * in all; -1 for NULL. talvo_xml_signature_getkeyinfocert returns a new certificate, or NULL when
+ * the index is out of range or the octets are no certificate. */
+TALVO_API int32_t talvo_xml_signature_getkeyinfocertcount(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API TalvoPKICert *talvo_xml_signature_getkeyinfocert(const Signature *signature,
+                                                           int32_t index) TALVO_NOEXCEPT;
+
+/* The ds:Object elements of the signature. The count is 0 without any and -1 for NULL; the node is
+ * borrowed, the three attributes are new strings or NULL. */
+TALVO_API int32_t talvo_xml_signature_getobjectcount(const Signature *signature) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_getobjectnode(const Signature *signature,
+                                                     int32_t index) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_getobjectid(const Signature *signature,
+                                                         int32_t index) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_getobjectmimetype(const Signature *signature,
+                                                               int32_t index) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_signature_getobjectencoding(const Signature *signature,
+                                                               int32_t index) TALVO_NOEXCEPT;
+/* The content of the Object at `index`: its nodes from the first element child on, without blank
+ * text, comments and processing instructions. The count is 0 for an Object without element child
+ * and -1 for NULL or no such Object. The kind is 1 text, 2 a nested Signature, 3
+ * SignatureProperties, 4 a Manifest, 5 any other node, -1 for no such item. The node is borrowed;
+ * NULL for text. */
+TALVO_API int32_t talvo_xml_signature_getobjectcontentcount(const Signature *signature,
+                                                            int32_t index) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_getobjectcontentkind(const Signature *signature,
+                                                           int32_t index,
+                                                           int32_t item) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_getobjectcontentnode(const Signature *signature,
+                                                            int32_t index,
+                                                            int32_t item) TALVO_NOEXCEPT;
+
+/* talvo_xml_signature_xades_hassigningcertificate returns 1 when the signature names its signing
+ * certificate in a readable XAdES SigningCertificate, else 0. */
 TALVO_API int32_t talvo_xml_signature_xades_hassigningcertificate(const Signature *signature)
     TALVO_NOEXCEPT;
+/* The certificates named there: -1 for NULL, 0 without any; a new CertId, or NULL when the index is
+ * out of range. */
+TALVO_API int32_t talvo_xml_signature_xades_getsigningcertificatecount(const Signature *signature)
+    TALVO_NOEXCEPT;
+TALVO_API CertId *talvo_xml_signature_xades_getsigningcertificate(const Signature *signature,
+                                                                  int32_t index) TALVO_NOEXCEPT;
+/* A new string with the Id of the XAdES container, or NULL without the container or the attribute.
+ * The Id of SignedProperties is that of the first child of QualifyingProperties, whatever its
+ * name. */
 TALVO_API talvo_ustring *talvo_xml_signature_xades_getqualifyingpropertiesid(
     const Signature *signature) TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_signature_xades_getsignedpropertiesid(const Signature *signature)
     TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_signature_xades_getsignedsignaturepropertiesid(
     const Signature *signature) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_getcertificatevaluescount returns how many certificates the XAdES
+ * CertificateValues hold; 0 without them, and also when one of them cannot be read; -1 for NULL. */
 TALVO_API int32_t talvo_xml_signature_xades_getcertificatevaluescount(const Signature *signature)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_getcertificatevalue returns a new handle of the certificate at `index`
+ * of the certificate values, or NULL when the index is out of range. */
 TALVO_API TalvoPKICert *talvo_xml_signature_xades_getcertificatevalue(const Signature *signature,
                                                                       int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_getcompleterevocationrefscount and
+ * talvo_xml_signature_xades_getcompleterevocationref serve, in spite of their names, the
+ * certificates listed in CompleteCertificateRefs: their number (0 without any, -1 for NULL), and a
+ * new CertId, or NULL when the index is out of range. */
 TALVO_API int32_t
 talvo_xml_signature_xades_getcompleterevocationrefscount(const Signature *signature) TALVO_NOEXCEPT;
 TALVO_API CertId *talvo_xml_signature_xades_getcompleterevocationref(const Signature *signature,
                                                                      int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_getcountersignaturecount returns the number of countersignatures; 0
+ * without any; -1 for NULL. talvo_xml_signature_xades_getcountersignature returns the borrowed
+ * ds:Signature element of one, or NULL. */
 TALVO_API int32_t talvo_xml_signature_xades_getcountersignaturecount(const Signature *signature)
     TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_signature_xades_getcountersignature(const Signature *signature,
+                                                                 int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_getsignaturetimestampcount returns the number of signature
+ * time-stamps; 0 without any, and also when one of them cannot be read; -1 for NULL. */
 TALVO_API int32_t talvo_xml_signature_xades_getsignaturetimestampcount(const Signature *signature)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_getsignaturetimestamptoken returns a new blob with the DER of a
+ * time-stamp token, or NULL; ..._getsignaturetimestampc14n the number of the canonicalisation of
+ * what was stamped, -1 for an unknown one, for none and for no such time-stamp. */
+TALVO_API talvo_data_blob *talvo_xml_signature_xades_getsignaturetimestamptoken(
+    const Signature *signature, int32_t index) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_signature_xades_getsignaturetimestampc14n(const Signature *signature,
+                                                                      int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_getsigningtime returns the claimed signing time as a new time in UTC,
+ * or NULL without one or when its text is no xsd:dateTime with time zone. Digits behind the decimal
+ * point count as milliseconds, as they stand: ".5" is 5 ms. */
 TALVO_API talvo_time *talvo_xml_signature_xades_getsigningtime(const Signature *signature)
     TALVO_NOEXCEPT;
+
+/* A CertId names one certificate by digest, issuer and serial number. ..._getcerthashalgo returns
+ * the digest number, -1 for an unknown one and for NULL; ..._getcerthashvalue hands out a new copy
+ * of the digest, released with talvo_free, and returns 1 or 0; ..._getissuer returns the issuer as
+ * written, a new NUL-terminated text released with talvo_free; ..._getsn the serial number, or NULL
+ * when its text is no decimal number. */
 TALVO_API int32_t talvo_xml_signature_xades_certid_getcerthashalgo(const CertId *certId)
     TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_xades_certid_getcerthashvalue(
@@ -211,6 +390,11 @@ TALVO_API int32_t talvo_xml_signature_xades_certid_getcerthashvalue(
 TALVO_API char *talvo_xml_signature_xades_certid_getissuer(const CertId *certId) TALVO_NOEXCEPT;
 TALVO_API talvo_biginteger *talvo_xml_signature_xades_certid_getsn(const CertId *certId)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_certid_matchcert returns 1 when the certificate is taken for the named
+ * one, else 0. Digests of SHA-1, SHA-224 to SHA-512 and SM3 are compared; a digest of another length
+ * does not match; a digest of the right length that DIFFERS matches at once; an equal one matches
+ * when serial number and issuer are the same too. This established behaviour is kept: do not build
+ * trust on it. */
 TALVO_API int32_t talvo_xml_signature_xades_certid_matchcert(
     const CertId *certId, const TalvoPKICert *certificate) TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_signature_xades_certid_free(CertId *certId) TALVO_NOEXCEPT;
@@ -321,24 +505,49 @@ TALVO_API talvo_arraylist *talvo_xml_signature_objectctx_getsignatureprops(const
     TALVO_NOEXCEPT;
 TALVO_API talvo_arraylist *talvo_xml_signature_objectctx_getmanifest(const ObjectCtx *context)
     TALVO_NOEXCEPT;
+/* What a verifier gives to a decoded signature. Each returns 1, or 0 with nothing changed.
+ *
+ * talvo_xml_signature_sethmackey keeps a copy of the key; the signature method must be an HMAC. */
 TALVO_API int32_t talvo_xml_signature_sethmackey(Signature *signature, const void *key,
                                                  size_t length) TALVO_NOEXCEPT;
+/* talvo_xml_signature_sethdomainparam keeps copies of DSA domain parameters for key values that
+ * carry none; the method must be DSA-SHA1. P and Q come together or not at all, and at least P and Q
+ * or G must be given; what is NULL keeps its earlier value. */
 TALVO_API int32_t talvo_xml_signature_sethdomainparam(Signature *signature,
                                                       const talvo_biginteger *p,
                                                       const talvo_biginteger *q,
                                                       const talvo_biginteger *g) TALVO_NOEXCEPT;
+/* talvo_xml_signature_setbasepath keeps a copy of the directory against which relative references
+ * are resolved. */
 TALVO_API int32_t talvo_xml_signature_setbasepath(Signature *signature,
                                                   const talvo_ustring *path) TALVO_NOEXCEPT;
+/* talvo_xml_signature_addcert adds a certificate (kept by a handle of its own) to those that may
+ * hold the key. Its key usage must allow digital signatures, non-repudiation, certificate or CRL
+ * signing; a certificate without that extension is unrestricted. */
 TALVO_API int32_t talvo_xml_signature_addcert(Signature *signature,
                                               const TalvoPKICert *certificate) TALVO_NOEXCEPT;
 
 /* ---- Id registration ---- */
 
+/* Same-document references are resolved through the document's ID table, which learns of Id
+ * attributes by declarations. An attribute whose value is declared already is left alone and counts
+ * as success: the first one wins. An empty value cannot be declared. All return 1 or 0; on failure
+ * the declarations made so far stay.
+ *
+ * talvo_xml_signature_setid declares the Id attributes of every ds:Signature element of the
+ * document and of everything below; 0 also when there is no signature. Elements outside signatures
+ * are never declared. */
 TALVO_API int32_t talvo_xml_signature_setid(XmlDoc *doc) TALVO_NOEXCEPT;
+/* talvo_xml_node_setsubtreeidattr does what talvo_xml_node_findsetidattr does for the node and each
+ * element below it. */
 TALVO_API int32_t talvo_xml_node_setsubtreeidattr(XmlDoc *doc, XmlNode *node,
                                                   const talvo_ustring *name) TALVO_NOEXCEPT;
+/* talvo_xml_node_findsetidattr declares the element's attribute of that local name and without
+ * namespace as an ID. A node without such an attribute is success too. */
 TALVO_API int32_t talvo_xml_node_findsetidattr(XmlDoc *doc, XmlNode *node,
                                                const talvo_ustring *name) TALVO_NOEXCEPT;
+/* talvo_xml_signature_setidattr declares the Id attributes of a decoded signature alone: of the
+ * Signature, SignedInfo, each Reference, SignatureValue and each Object. */
 TALVO_API int32_t talvo_xml_signature_setidattr(Signature *signature) TALVO_NOEXCEPT;
 
 /* ---- generating signature elements ---- */
@@ -485,8 +694,8 @@ TALVO_API talvo_ustring *talvo_xml_uri_encode(const talvo_ustring *uri) TALVO_NO
  * "RSA-SHA256"), or NULL for a number that its kind does not have. `kind` is 1 canonicalisation, 2
  * digest, 3 signature method, 4 transform. */
 TALVO_API const char *talvo_xml_algorithm_getname(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
-/* talvo_xml_algorithm_geturi returns the identifier that is written for the algorithm, or NULL
- * where there is none. */
+/* talvo_xml_algorithm_geturi returns the identifier that is written for the algorithm as a new
+ * string, or NULL where there is none. */
 TALVO_API talvo_ustring *talvo_xml_algorithm_geturi(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
 
 #ifdef __cplusplus
