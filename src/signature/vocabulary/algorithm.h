@@ -36,8 +36,6 @@ struct DigestAlgorithm {
   size_t length;  // bytes; 0 where it is never digested
 };
 
-enum class Use { none, verifyOnly, signAndVerify };
-
 struct SignatureAlgorithm {
   int32_t number;
   VocabularySlot uri;
