@@ -17,6 +17,13 @@ int32_t fail(uint32_t *error, Code code) noexcept {
   return 0;
 }
 
+// The same inside, where the answer is a bool.
+template <class Code>
+bool refuse(uint32_t *error, Code code) noexcept {
+  fail(error, code);
+  return false;
+}
+
 // The same where the answer is a handle.
 template <class Code>
 std::nullptr_t failNull(uint32_t *error, Code code) noexcept {
