@@ -1,0 +1,50 @@
+// Canonical XML: libxml2 walks the document and writes octets, which go to a sink piece by piece as
+// they arise. Whoever digests or signs them never holds them all.
+#pragma once
+
+#include "talvo_xml.h"
+
+#include "base/bytes.h"
+#include "base/handle.h"
+#include "transform/nodeset.h"
+#include "transform/prefix_list.h"
+
+namespace talvo {
+
+// Takes octets piece by piece; false stops the work, which then fails.
+class OctetSink {
+ public:
+  virtual bool write(Bytes octets) noexcept = 0;
+
+ protected:
+  ~OctetSink() = default;
+};
+
+constexpr int32_t kDefaultC14n = 1;  // where a node set must become octets and nobody said how
+
+// The three functions take methods 1 to 4, 6 and 7; prefixes count for 3 and 4 only and may be
+// null. A canonicalisation can fail after octets were written: then they mean nothing.
+bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **prefixes) noexcept;
+// Comments are part of it when the method writes them. A document node stands for the whole
+// document; an element that is not linked into its document fails.
+bool canonicalizeSubtree(OctetSink &sink, XmlNode *node, int32_t method, char **prefixes) noexcept;
+Blob canonicalize(NodeSet *nodes, int32_t method, char **prefixes) noexcept;
+
+// While one of these lives, a document that was once found fit for canonicalisation is not
+// inspected again for its next subtree: with many references in one document that would cost the
+// square of their number. The owner promises to add no element, attribute or namespace declaration
+// meanwhile; text may be added. Scopes nest; the outermost one remembers, for its own thread.
+class FitnessScope {
+ public:
+  FitnessScope() noexcept;
+  ~FitnessScope();
+  FitnessScope(const FitnessScope &) = delete;
+  FitnessScope &operator=(const FitnessScope &) = delete;
+
+ private:
+  friend class FitnessMemory;
+  const XmlDoc *fitDocument_ = nullptr;
+  bool isOutermost_ = false;
+};
+
+}  // namespace talvo
