@@ -1,12 +1,11 @@
 // The allocator, and with it the support that all other tests stand on.
-#include "support/memory_test.h"
-
 #include <string>
 #include <vector>
 
 #include "base/boundary.h"
 #include "base/memory.h"
 #include "support/every_allocation_fails.h"
+#include "support/memory_test.h"
 
 namespace talvo::test {
 namespace {
