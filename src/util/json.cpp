@@ -113,12 +113,6 @@ class DepthScan {
   bool isEscaped_ = false;
 };
 
-// Jansson's message quotes the text and is cut at a fixed length, maybe within a character.
-std::string_view cleanMessage(std::string_view message) noexcept {
-  const UString check(talvo_ustring_newutf8(message.data(), message.size()));
-  return check ? message : "the text is not valid JSON";
-}
-
 JsonValue parse(std::string_view text, json_error_t &error, Place &place) noexcept {
   if (!DepthScan().passes(text, place)) {
     return nullptr;
@@ -126,7 +120,7 @@ JsonValue parse(std::string_view text, json_error_t &error, Place &place) noexce
   JsonValue value(json_loadb(text.data(), text.size(),
                              JSON_REJECT_DUPLICATES | JSON_ALLOW_NUL | JSON_DECODE_ANY, &error));
   if (!value) {
-    place = {std::max(error.line, 1), std::max(error.column, 1), cleanMessage(error.text)};
+    place = {std::max(error.line, 1), std::max(error.column, 1), error.text};
   }
   return value;
 }
