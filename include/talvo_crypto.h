@@ -5,17 +5,25 @@
  * ownership words), and:
  *
  * - Buffers (uint8_t *) that are handed out are given back to TalvoPKICryptoFreeMemory.
+ * - Objects that are fed (hash, MAC, sign, verify) take any number of updates, then one final;
+ * after the final, whether it succeeded or not, they can only be released.
  * - Algorithms are named by numbers:
- *     hash       0x1000 MD5, 0x2000 SHA-1, 0x3000 SHA-224, 0x4000 SHA-256, 0x5000 SHA-384, 0x6000
- * SHA-512, 0x7000 SM3 MAC        0x20000 HMAC-MD5, 0x40000 HMAC-SHA1, 0x60000 HMAC-SHA224, 0x80000
- * HMAC-SHA256, 0xa0000 HMAC-SHA384, 0xc0000 HMAC-SHA512 signature  1 RSA-MD5, 2 RSA-SHA1, 4
- * RSA-SHA256, 5 RSA-SHA384, 6 RSA-SHA512 (PKCS #1 v1.5), 13 DSA-SHA1, 16 to 20 ECDSA with SHA-1,
- * SHA-224, SHA-256, SHA-384, SHA-512, 25 SM2 with SM3 key type   1 RSA, 2 DSA, 4 elliptic curve
- * (SM2 included); 0 anything else
+ *     hash        0x1000 MD5         0x2000 SHA-1       0x3000 SHA-224     0x4000 SHA-256
+ *                 0x5000 SHA-384     0x6000 SHA-512     0x7000 SM3
+ *     MAC         0x20000 HMAC-MD5     0x40000 HMAC-SHA1    0x60000 HMAC-SHA224
+ *                 0x80000 HMAC-SHA256  0xa0000 HMAC-SHA384  0xc0000 HMAC-SHA512
+ *     signature   1 RSA-MD5, 2 RSA-SHA1, 4 RSA-SHA256, 5 RSA-SHA384, 6 RSA-SHA512 (PKCS #1 v1.5),
+ *                 13 DSA-SHA1, 16 ECDSA-SHA1, 17 ECDSA-SHA224, 18 ECDSA-SHA256, 19 ECDSA-SHA384,
+ *                 20 ECDSA-SHA512, 25 SM2 with SM3
+ *     key type    1 RSA, 2 DSA, 4 elliptic curve (SM2 included), 0 anything else
  * - Signatures of DSA, ECDSA and SM2 are DER (SEQUENCE of r and s) in the sign and verify
- * operations.
- * - SM2 always works with the default identifier 1234567812345678.
- * - No function leaves anything on the calling thread's OpenSSL error queue.
+ *   operations.
+ * - SM2 always works with the default identifier 1234567812345678. Keys on the SM2 curve sign and
+ *   verify with algorithm 25 only, keys on any other curve never with it.
+ * - No function leaves anything on the calling thread's OpenSSL error queue or takes away what the
+ *   application had there.
+ * - Threads: two handles of one key or certificate (made by a dup function) may be used in two
+ *   threads.
  */
 #ifndef TALVO_CRYPTO_H
 #define TALVO_CRYPTO_H
@@ -38,10 +46,15 @@ typedef struct TalvoPKITimeStamp TalvoPKITimeStamp;
 
 /* ---- buffers, random octets ---- */
 
+/* TalvoPKICryptoAllocMemory returns a new buffer of `length` bytes, as the functions below hand
+ * them out, or NULL. */
 TALVO_API void *TalvoPKICryptoAllocMemory(size_t length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoFreeMemory gives a buffer back. NULL is ignored. */
 TALVO_API void TalvoPKICryptoFreeMemory(void *memory) TALVO_NOEXCEPT;
 /* TalvoPKICryptoGetPseudoDevice returns the borrowed software device; it is never released. */
 TALVO_API TalvoPKIDevice *TalvoPKICryptoGetPseudoDevice(void) TALVO_NOEXCEPT;
+/* TalvoPKICryptoGenerateRandom fills `bytes` with octets fit for keys and identifiers. On failure
+ * the bytes must not be used. */
 TALVO_API int32_t TalvoPKICryptoGenerateRandom(TalvoPKIDevice *device, uint8_t *bytes,
                                                size_t length) TALVO_NOEXCEPT;
 
@@ -49,9 +62,10 @@ TALVO_API int32_t TalvoPKICryptoGenerateRandom(TalvoPKIDevice *device, uint8_t *
 
 /* TalvoPKICryptoGetHashHandle returns a new hash object, or NULL for an unknown number. */
 TALVO_API TalvoPKIHash *TalvoPKICryptoGetHashHandle(int32_t algorithm) TALVO_NOEXCEPT;
+/* TalvoPKICryptoHashUpdate feeds `length` bytes. */
 TALVO_API int32_t TalvoPKICryptoHashUpdate(TalvoPKIHash *hash, const void *bytes,
                                            size_t length) TALVO_NOEXCEPT;
-/* TalvoPKICryptoHashFinal hands out the digest; the object can then only be released. */
+/* TalvoPKICryptoHashFinal hands out the digest. */
 TALVO_API int32_t TalvoPKICryptoHashFinal(TalvoPKIHash *hash, uint8_t **digest,
                                           size_t *length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeHash(TalvoPKIHash *hash) TALVO_NOEXCEPT;
@@ -62,37 +76,65 @@ TALVO_API void TalvoPKICryptoFreeHash(TalvoPKIHash *hash) TALVO_NOEXCEPT;
  * empty key is allowed. */
 TALVO_API TalvoPKIMac *TalvoPKICryptoNewMac(int32_t algorithm, const void *key,
                                             size_t keyLength) TALVO_NOEXCEPT;
+/* TalvoPKICryptoMacUpdate feeds `length` bytes. */
 TALVO_API int32_t TalvoPKICryptoMacUpdate(TalvoPKIMac *mac, const void *bytes,
                                           size_t length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoMacFinal hands out the whole value, as long as the digest of the hash. */
 TALVO_API int32_t TalvoPKICryptoMacFinal(TalvoPKIMac *mac, uint8_t **value,
                                          size_t *length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeMac(TalvoPKIMac *mac) TALVO_NOEXCEPT;
 
-/* TalvoPKICryptoEqualMemory compares two buffers of one length in constant time: 1 when equal. */
+/* TalvoPKICryptoEqualMemory compares two buffers of one length in constant time: 1 when equal, 0
+ * when not or when one is NULL. Of length 0 they are equal. */
 TALVO_API int32_t TalvoPKICryptoEqualMemory(const void *first, const void *second,
                                             size_t length) TALVO_NOEXCEPT;
 
 /* ---- keys ---- */
 
+/* Why TalvoPKICryptoOpenKeyPairEx or TalvoPKICertOpenEx did not open what it was given. */
+enum {
+  TALVO_OPEN_DONE = 0,
+  TALVO_OPEN_UNREADABLE = 1,              /* neither a certificate nor a key, or damaged */
+  TALVO_OPEN_PASSWORD_MISSING = 2,        /* locked, and no password (or PIN) was given */
+  TALVO_OPEN_PASSWORD_WRONG = 3,          /* the password (or PIN) does not unlock it */
+  TALVO_OPEN_LEGACY_PROVIDER_MISSING = 4, /* encrypted with algorithms of old that only OpenSSL's
+                                             legacy provider has, which cannot be loaded */
+  TALVO_OPEN_NO_KEY = 5,                  /* readable, but without private key; no such key on the
+                                             token */
+  TALVO_OPEN_TOKEN_UNAVAILABLE = 6,       /* the PKCS #11 engine (Debian package
+                                             libengine-pkcs11-openssl) cannot be loaded */
+  TALVO_OPEN_OUT_OF_MEMORY = 7
+};
+
 /* TalvoPKICryptoOpenKeyPair reads a private key: PEM or DER; PKCS #8, encrypted or not, or the
- * traditional forms; PKCS #12; or the text "pkcs11:..." that names a key on a token. `password` is
- * NUL-terminated UTF-8, or NULL. NULL when the bytes are no private key, or the password is missing
- * or wrong. */
+ * traditional forms; PKCS #12; or the text "pkcs11:..." (RFC 7512) that names a key on a token. The
+ * first private key of a PEM text counts. `password` is NUL-terminated UTF-8 (for a token the PIN),
+ * or NULL. NULL when the bytes are no private key, or the password is missing or wrong; nothing is
+ * ever asked on a terminal. */
 TALVO_API TalvoPKIKeyPair *TalvoPKICryptoOpenKeyPair(const void *bytes, size_t length,
                                                      const char *password) TALVO_NOEXCEPT;
+/* TalvoPKICryptoOpenKeyPairEx is TalvoPKICryptoOpenKeyPair that also tells by `reason` (optional)
+ * why it failed: one of the TALVO_OPEN_ codes. */
+TALVO_API TalvoPKIKeyPair *TalvoPKICryptoOpenKeyPairEx(const void *bytes, size_t length,
+                                                       const char *password,
+                                                       int32_t *reason) TALVO_NOEXCEPT;
+/* TalvoPKICryptoDupKeyPair returns a new handle of the same key. */
 TALVO_API TalvoPKIKeyPair *TalvoPKICryptoDupKeyPair(TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeKeyPair(TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 /* TalvoPKICryptoGetKeypairBits returns the bits that fix the width of a signature half: of the
  * modulus for RSA, of Q for DSA, of the group order for elliptic curves; -1 on failure. */
 TALVO_API int32_t TalvoPKICryptoGetKeypairBits(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
+/* TalvoPKICryptoGetKeypairType returns the key type; 0 for NULL. */
 TALVO_API int32_t TalvoPKICryptoGetKeypairType(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 /* TalvoPKICryptoIsSM2KeyPair returns 1 for an elliptic-curve key on the SM2 curve. */
 TALVO_API int32_t TalvoPKICryptoIsSM2KeyPair(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
-/* TalvoPKICryptoGetKeypairPublicKey returns a new public key. */
+/* TalvoPKICryptoGetKeypairPublicKey returns the key's public part as a new public key. */
 TALVO_API TalvoPKIPublicKey *TalvoPKICryptoGetKeypairPublicKey(const TalvoPKIKeyPair *keyPair)
     TALVO_NOEXCEPT;
+/* TalvoPKICryptoDupPublicKey returns a new handle of the same key. */
 TALVO_API TalvoPKIPublicKey *TalvoPKICryptoDupPublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreePublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
+/* TalvoPKICryptoGetPublicKeyType returns the key type; 0 for NULL. */
 TALVO_API int32_t TalvoPKICryptoGetPublicKeyType(const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 /* TalvoPKICryptoEncodeRSAPubKey hands out the PKCS #1 RSAPublicKey DER of two unsigned big-endian
  * numbers. */
@@ -101,8 +143,9 @@ TALVO_API int32_t TalvoPKICryptoEncodeRSAPubKey(const uint8_t *modulus, size_t m
                                                 uint8_t **encoded, size_t *length) TALVO_NOEXCEPT;
 /* TalvoPKICryptoImportPublicKey reads PKCS #1 RSAPublicKey DER, SubjectPublicKeyInfo DER, or the
  * "_PUBKEY_" DSA blob (8 bytes of that text, 3 zero bytes, key type 2, a 4-byte length of the rest,
- * then plen, P, qlen, Q, G and Y padded to plen; lengths are 4 bytes, all big-endian). RSA moduli
- * above 16,384 bits and DSA P above 10,000 bits are refused. */
+ * then plen, P, qlen, Q, G and Y padded to plen; lengths are 4 bytes, all big-endian), and returns
+ * a new public key. NULL for anything else, for bytes that something follows, and for RSA moduli
+ * above 16,384 bits and DSA P above 10,000 bits. `device` is the software device. */
 TALVO_API TalvoPKIPublicKey *TalvoPKICryptoImportPublicKey(TalvoPKIDevice *device,
                                                            const uint8_t *bytes,
                                                            size_t length) TALVO_NOEXCEPT;
@@ -110,14 +153,16 @@ TALVO_API TalvoPKIPublicKey *TalvoPKICryptoImportPublicKey(TalvoPKIDevice *devic
 /* ---- signatures ---- */
 
 /* TalvoPKICryptoNewSign returns a new signing object that keeps its own reference to the key; NULL
- * when the algorithm is unknown or the key is of another kind. */
+ * when the algorithm is unknown or the key cannot do it. */
 TALVO_API TalvoPKISign *TalvoPKICryptoNewSign(TalvoPKIKeyPair *keyPair,
                                               int32_t algorithm) TALVO_NOEXCEPT;
 TALVO_API int32_t TalvoPKICryptoSignUpdate(TalvoPKISign *sign, const void *bytes,
                                            size_t length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoSignFinal hands out the signature. */
 TALVO_API int32_t TalvoPKICryptoSignFinal(TalvoPKISign *sign, uint8_t **signature,
                                           size_t *length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeSign(TalvoPKISign *sign) TALVO_NOEXCEPT;
+/* TalvoPKICryptoNewVerify returns a new verifying object, as TalvoPKICryptoNewSign does. */
 TALVO_API TalvoPKIVerify *TalvoPKICryptoNewVerify(TalvoPKIPublicKey *key,
                                                   int32_t algorithm) TALVO_NOEXCEPT;
 TALVO_API int32_t TalvoPKICryptoVerifyUpdate(TalvoPKIVerify *verify, const void *bytes,
@@ -127,18 +172,21 @@ TALVO_API int32_t TalvoPKICryptoVerifyFinal(TalvoPKIVerify *verify, const uint8_
                                             size_t length) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICryptoFreeVerify(TalvoPKIVerify *verify) TALVO_NOEXCEPT;
 /* TalvoPKICryptoDecodeECCSignature hands out r and s of a DER signature as unsigned big-endian
- * octets without leading zeros. */
+ * octets without leading zeros. Anything but exactly one such SEQUENCE fails. */
 TALVO_API int32_t TalvoPKICryptoDecodeECCSignature(const uint8_t *der, size_t length, uint8_t **r,
                                                    size_t *rLength, uint8_t **s,
                                                    size_t *sLength) TALVO_NOEXCEPT;
-/* TalvoPKICryptoEncodeECCSignature hands out the DER of unsigned big-endian r and s. */
+/* TalvoPKICryptoEncodeECCSignature hands out the DER of unsigned big-endian r and s. Leading zeros
+ * do not count. */
 TALVO_API int32_t TalvoPKICryptoEncodeECCSignature(const uint8_t *r, size_t rLength,
                                                    const uint8_t *s, size_t sLength, uint8_t **der,
                                                    size_t *length) TALVO_NOEXCEPT;
 
 /* ---- certificates (RFC 5280) ---- */
 
-/* TalvoPKICertNewCert reads one certificate as DER, PEM or bare Base64 text. */
+/* TalvoPKICertNewCert returns a new certificate read from DER, PEM (the first certificate counts)
+ * or bare Base64 text (white space anywhere). NULL for anything else, and when octets follow the
+ * DER. */
 TALVO_API TalvoPKICert *TalvoPKICertNewCert(const void *bytes, size_t length) TALVO_NOEXCEPT;
 /* TalvoPKICertOpen reads a certificate with what came with it: DER, PEM, Base64 text, a PEM bundle
  * (key and chain in any order; the certificate that belongs to the key, else the first one, is the
@@ -147,11 +195,15 @@ TALVO_API TalvoPKICert *TalvoPKICertNewCert(const void *bytes, size_t length) TA
  * locked until TalvoPKICertGetCertKeyPair is given its credential. */
 TALVO_API TalvoPKICert *TalvoPKICertOpen(const void *bytes, size_t length,
                                          const char *password) TALVO_NOEXCEPT;
+/* TalvoPKICertOpenEx is TalvoPKICertOpen that also tells by `reason` (optional) why it failed: one
+ * of the TALVO_OPEN_ codes. A code beside a certificate tells why its key stayed locked. */
+TALVO_API TalvoPKICert *TalvoPKICertOpenEx(const void *bytes, size_t length, const char *password,
+                                           int32_t *reason) TALVO_NOEXCEPT;
 /* TalvoPKICertDupCert returns a new handle of the same certificate, its key and its companions. */
 TALVO_API TalvoPKICert *TalvoPKICertDupCert(const TalvoPKICert *cert) TALVO_NOEXCEPT;
 TALVO_API void TalvoPKICertFreeCert(TalvoPKICert *cert) TALVO_NOEXCEPT;
-/* TalvoPKICertSetKeyPair gives the certificate a private key; 0 when the key does not belong to the
- * certificate. */
+/* TalvoPKICertSetKeyPair gives the certificate a private key in place of any it had; 0, and nothing
+ * changed, when the key does not belong to the certificate. */
 TALVO_API int32_t TalvoPKICertSetKeyPair(TalvoPKICert *cert,
                                          TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 /* TalvoPKICertAddChainCert adds a companion certificate that certificate paths may use. */
@@ -163,18 +215,19 @@ TALVO_API int32_t TalvoPKICertHasKeyPair(const TalvoPKICert *cert) TALVO_NOEXCEP
 /* TalvoPKICertGetCertEncode hands out the encoding; form 1 is DER. */
 TALVO_API int32_t TalvoPKICertGetCertEncode(const TalvoPKICert *cert, int32_t form,
                                             uint8_t **encoded, size_t *length) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertIntegerAttribute: attribute 4 the key type (1 RSA, 2 DSA, 4 elliptic curve, 0
- * other); attribute 6 the key usage, bit n of the extension as 1 << n, 0x1FF without the extension,
- * failure when it cannot be read. */
+/* TalvoPKICertGetCertIntegerAttribute hands out attribute 4, the key type (1 RSA, 2 DSA, 4 elliptic
+ * curve, 0 other), or attribute 6, the key usage: bit n of the extension as 1 << n, so that
+ * digitalSignature is 1, nonRepudiation 2, keyCertSign 32 and cRLSign 64; 0x1FF, everything, when
+ * there is no such extension. 0 for other attributes, and for a key usage that cannot be read. */
 TALVO_API int32_t TalvoPKICertGetCertIntegerAttribute(const TalvoPKICert *cert, int32_t attribute,
                                                       int32_t *value) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertStringAttribute: attribute 32 the serial number in plain decimal, 48 the
- * subject and 49 the issuer as RFC 4514 text, most specific part first, UTF-8 unescaped. Returns a
- * new string, or NULL. */
+/* TalvoPKICertGetCertStringAttribute returns a new string: attribute 32 is the serial number in
+ * plain decimal, 48 the subject and 49 the issuer as RFC 4514 text, most specific part first, UTF-8
+ * unescaped. NULL for other attributes. */
 TALVO_API talvo_ustring *TalvoPKICertGetCertStringAttribute(const TalvoPKICert *cert,
                                                             int32_t attribute) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertHashAttribute: attribute 44, the digest of the DER by the given hash number.
- */
+/* TalvoPKICertGetCertHashAttribute hands out attribute 44, the digest of the DER by the given hash
+ * number. */
 TALVO_API int32_t TalvoPKICertGetCertHashAttribute(const TalvoPKICert *cert, int32_t attribute,
                                                    int32_t hash, uint8_t **digest,
                                                    size_t *length) TALVO_NOEXCEPT;
@@ -183,13 +236,14 @@ TALVO_API talvo_cert_dn *TalvoPKICertGetCertIssuer(const TalvoPKICert *cert) TAL
 /* TalvoPKICertGetCertValidity returns the new start (`which` 0) or end (1) of validity. */
 TALVO_API talvo_time *TalvoPKICertGetCertValidity(const TalvoPKICert *cert,
                                                   int32_t which) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertPublicKey returns a new public key. `usage` is 0x10000002 (signature
- * verification). */
+/* TalvoPKICertGetCertPublicKey returns the certificate's key as a new public key, or NULL. `usage`
+ * is 0x10000002 (signature verification) or 2. */
 TALVO_API TalvoPKIPublicKey *TalvoPKICertGetCertPublicKey(const TalvoPKICert *cert,
                                                           int32_t usage) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertKeyPair returns a new handle of the private key, or NULL. `flags` is 0 or
- * 0x40000000 (unlock a locked key with the credential, NUL-terminated UTF-8), `usage` is 2
- * (signing). */
+/* TalvoPKICertGetCertKeyPair returns a new handle of the private key. `flags` is 0 or 0x40000000
+ * (unlock a locked key with the credential, NUL-terminated UTF-8; the key then stays unlocked),
+ * `usage` is 2 (signing) or 0x10000002. NULL when there is no key, when it is and stays locked, and
+ * when the unlocked key does not belong to the certificate. */
 TALVO_API TalvoPKIKeyPair *TalvoPKICertGetCertKeyPair(TalvoPKICert *cert, int32_t flags,
                                                       int32_t usage,
                                                       const char *credential) TALVO_NOEXCEPT;
@@ -198,13 +252,15 @@ TALVO_API TalvoPKIKeyPair *TalvoPKICertGetCertKeyPair(TalvoPKICert *cert, int32_
  * identifier; no trust is judged. 0 when the path does not reach a self-issued certificate. */
 TALVO_API int32_t TalvoPKICertGetCertPath(const TalvoPKICert *cert, TalvoPKICert ***path,
                                           int32_t *count) TALVO_NOEXCEPT;
+/* TalvoPKICertFreeCertPath releases a path with its certificates. NULL is ignored. */
 TALVO_API void TalvoPKICertFreeCertPath(TalvoPKICert **path, int32_t count) TALVO_NOEXCEPT;
 
 /* ---- HTTP ---- */
 
 /* TalvoPKICryptoHttpGet fetches `url` (http and https only, also on redirects, of which 5 are
  * followed; 10 s to connect, 60 s in all, at most 100 MiB; certificates are checked; the proxy
- * environment is ignored). Hands out the body, its length and the status of the final answer. */
+ * environment is ignored). Hands out the body, its length and the status of the final answer; the
+ * caller judges the status. 0 when there was no complete answer. */
 TALVO_API int32_t TalvoPKICryptoHttpGet(const char *url, uint8_t **body, size_t *length,
                                         int32_t *status) TALVO_NOEXCEPT;
 
@@ -216,31 +272,41 @@ TALVO_API void TalvoPKIMsgFreeTimeStamp(TalvoPKITimeStamp *timeStamp) TALVO_NOEX
 /* TalvoPKIMsgTimeStampSetTSA sets the authority's http or https URL. */
 TALVO_API int32_t TalvoPKIMsgTimeStampSetTSA(TalvoPKITimeStamp *timeStamp,
                                              const talvo_ustring *tsa) TALVO_NOEXCEPT;
+/* TalvoPKIMsgTimeStampSetHashAlgorithm sets the hash number of the imprint; 0 for an unknown one.
+ */
 TALVO_API int32_t TalvoPKIMsgTimeStampSetHashAlgorithm(TalvoPKITimeStamp *timeStamp,
                                                        int32_t hash) TALVO_NOEXCEPT;
+/* TalvoPKIMsgTimeStampSetMessageImprint sets the digest that is to be stamped. */
 TALVO_API int32_t TalvoPKIMsgTimeStampSetMessageImprint(TalvoPKITimeStamp *timeStamp,
                                                         const uint8_t *digest,
                                                         size_t length) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetResponse sends the request (nonce, certificates asked for) and reads the
- * answer, checking imprint, nonce and signature of a granted one. `status` is the PKIStatus. 0 when
- * there was no usable answer. */
+ * answer. `status` receives its PKIStatus: 0 granted, 1 granted with modifications, 2 and above
+ * refused. The token of a granted one is checked (imprint, nonce, signature and time-stamping usage
+ * of its signer) and kept in the object. 0 when authority, hash or imprint are not set or do not
+ * fit, and when there was no usable answer. */
 TALVO_API int32_t TalvoPKIMsgTimeStampGetResponse(TalvoPKITimeStamp *timeStamp,
                                                   int32_t *status) TALVO_NOEXCEPT;
+/* TalvoPKIMsgTimeStampGetTimeStampToken hands out the DER of the token; 0 when there is none. */
 TALVO_API int32_t TalvoPKIMsgTimeStampGetTimeStampToken(const TalvoPKITimeStamp *timeStamp,
                                                         uint8_t **token,
                                                         size_t *length) TALVO_NOEXCEPT;
 /* TalvoPKIMsgVerifyTimeStampToken checks a token's signature and the signer's time-stamping usage
- * with the certificates in the token; `trusted`, a list of TalvoPKICert, additionally asks for a
- * path to one of them. Returns a new object, or NULL. */
+ * with the certificates in the token. `trusted`, a list of TalvoPKICert, additionally asks for a
+ * path to one of them that was valid at the time of the stamp; NULL asks for none. Returns a new
+ * object, or NULL. */
 TALVO_API TalvoPKITimeStamp *TalvoPKIMsgVerifyTimeStampToken(
     const uint8_t *token, size_t length, const talvo_arraylist *trusted) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetHashAlgorithm returns the hash number of the imprint; -1 when unknown. */
 TALVO_API int32_t TalvoPKIMsgTimeStampGetHashAlgorithm(const TalvoPKITimeStamp *timeStamp)
     TALVO_NOEXCEPT;
+/* TalvoPKIMsgTimeStampGetMessageImprint hands out the digest: that of the token, or without token
+ * the one that was set. */
 TALVO_API int32_t TalvoPKIMsgTimeStampGetMessageImprint(const TalvoPKITimeStamp *timeStamp,
                                                         uint8_t **digest,
                                                         size_t *length) TALVO_NOEXCEPT;
-/* TalvoPKIMsgTimeStampGetTime returns the new time of a token. */
+/* TalvoPKIMsgTimeStampGetTime returns the time of the token as a new time, or NULL without token.
+ */
 TALVO_API talvo_time *TalvoPKIMsgTimeStampGetTime(const TalvoPKITimeStamp *timeStamp)
     TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetSigner returns the new certificate that signed the token, or NULL when the

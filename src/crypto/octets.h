@@ -1,0 +1,82 @@
+// Octets on the talvo allocator together with their length, and how they leave through a pair of
+// out-parameters.
+#pragma once
+
+#include <climits>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "base/bytes.h"
+#include "base/memory.h"
+
+namespace talvo {
+
+// Names this library in the allocator's records.
+inline constexpr const char *kSource = "TALVO_Crypto";
+
+struct Octets {
+  ByteBuffer bytes;
+  size_t length = 0;
+
+  explicit operator bool() const noexcept { return bytes != nullptr; }
+  Bytes view() const noexcept { return {bytes.get(), length}; }
+};
+
+inline Octets makeOctets(Site site, size_t length) noexcept {
+  return {makeBytes(site, length), length};
+}
+
+inline Octets copyOctets(Bytes bytes) noexcept {
+  Octets copy = makeOctets(kSource, bytes.size());
+  if (copy && !bytes.empty()) {
+    std::memcpy(copy.bytes.get(), bytes.data(), bytes.size());
+  }
+  return copy;
+}
+
+inline int32_t handOut(Octets octets, uint8_t **bytes, size_t *length) noexcept {
+  if (!octets || bytes == nullptr || length == nullptr) {
+    return 0;
+  }
+  *length = octets.length;
+  *bytes = octets.bytes.release();  // the caller gives it back to TalvoPKICryptoFreeMemory
+  return 1;
+}
+
+// The DER of an object by its i2d function.
+template <class T>
+Octets encodeDer(int (*encode)(const T *, unsigned char **), const T *object) noexcept {
+  int length = object == nullptr ? -1 : encode(object, nullptr);
+  if (length <= 0) {
+    return {};
+  }
+  Octets der = makeOctets(kSource, static_cast<size_t>(length));
+  unsigned char *end = der.bytes.get();
+  if (!der || encode(object, &end) != length) {
+    return {};
+  }
+  return der;
+}
+
+// The object that all of the bytes are, by its d2i function: null also when something follows it.
+template <class Owner, class T>
+Owner decodeDer(T *(*decode)(T **, const unsigned char **, long), Bytes der) noexcept {
+  if (der.empty() || der.size() > static_cast<size_t>(INT_MAX)) {
+    return nullptr;
+  }
+  const unsigned char *end = der.data();
+  Owner object(decode(nullptr, &end, static_cast<long>(der.size())));
+  return object && end == der.data() + der.size() ? std::move(object) : nullptr;
+}
+
+// The bytes of a caller's pointer and length; a null pointer has none.
+inline Bytes bytesAt(const void *bytes, size_t length) noexcept {
+  return {static_cast<const uint8_t *>(bytes), bytes == nullptr ? 0 : length};
+}
+
+inline std::string_view textOf(Bytes bytes) noexcept {
+  return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+}
+
+}  // namespace talvo
