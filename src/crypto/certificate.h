@@ -1,0 +1,22 @@
+// A certificate handle: the certificate, the private key that came with it or was given to it, and
+// the other certificates that paths may use.
+#pragma once
+
+#include "crypto/open.h"
+
+struct TalvoPKICert {
+  talvo::X509Ptr x509;
+  talvo::Key key;
+  talvo::Octets lockedKey;  // PEM text of an encrypted key that waits for its password
+  talvo::X509Stack companions;
+};
+
+namespace talvo {
+
+// A new handle of the certificate alone.
+TalvoPKICert *newCertificate(X509Ptr x509) noexcept;
+
+// The key of the certificate, sharing OpenSSL's object; empty when it cannot be read.
+Key publicKeyOf(const X509 *x509) noexcept;
+
+}  // namespace talvo
