@@ -1,5 +1,5 @@
-// Owning handles of OpenSSL's objects, and the scope that keeps its error queue as the caller left
-// it.
+// Owning handles of OpenSSL's objects. The scope that keeps its error queue as the caller left it is
+// the utility library's.
 #pragma once
 
 #include <openssl/bio.h>
@@ -14,13 +14,11 @@
 #include <openssl/x509.h>
 
 #include "base/handle.h"
+#include "util/openssl_objects.h"
 
 namespace talvo {
 
-// OPENSSL_free, sk_X509_pop_free and the like are macros, so each needs a function of its own.
-inline void freeOpensslBytes(void *bytes) noexcept {
-  OPENSSL_free(bytes);
-}
+// sk_X509_pop_free and the like are macros, so each needs a function of its own.
 inline void freeX509Stack(STACK_OF(X509) * stack) noexcept {
   sk_X509_pop_free(stack, X509_free);
 }
@@ -51,18 +49,8 @@ using X509Ptr = Handle<X509, X509_free>;
 using X509Store = Handle<X509_STORE, X509_STORE_free>;
 using X509Stack = Handle<STACK_OF(X509), freeX509Stack>;
 using BorrowedX509Stack = Handle<STACK_OF(X509), freeBorrowedX509Stack>;
-using OpensslBytes = Handle<unsigned char, freeOpensslBytes>;
-using OpensslText = Handle<char, freeOpensslBytes>;
-
-// Drops the errors that OpenSSL reports during its lifetime, and only those: the queue belongs to
-// the host application too.
-class ErrorQueueScope {
- public:
-  ErrorQueueScope() noexcept { ERR_set_mark(); }
-  ~ErrorQueueScope() { ERR_pop_to_mark(); }
-  ErrorQueueScope(const ErrorQueueScope &) = delete;
-  ErrorQueueScope &operator=(const ErrorQueueScope &) = delete;
-};
+using OpensslBytes = OpensslMemory<unsigned char>;
+using OpensslText = OpensslMemory<char>;
 
 // A second owning handle of a reference-counted object. The counts are atomic.
 inline EvpKey share(EVP_PKEY *key) noexcept {
