@@ -43,6 +43,10 @@
 extern "C" {
 #endif
 
+/* Types of references that XAdES defines. */
+#define TALVO_XML_TYPE_SIGNED_PROPERTIES "http://uri.etsi.org/01903#SignedProperties"
+#define TALVO_XML_TYPE_COUNTERSIGNED_SIGNATURE "http://uri.etsi.org/01903#CountersignedSignature"
+
 typedef struct XmlNode XmlNode;
 typedef XmlNode XmlDoc;
 typedef struct Signature Signature;
