@@ -27,6 +27,7 @@ struct alignas(std::max_align_t) BlockHeader {
 
 std::atomic<int64_t> g_liveBlocks{0};
 std::atomic<int64_t> g_liveBytes{0};
+std::atomic<int64_t> g_refusals{0};
 
 #ifdef TALVO_FAULT_HOOKS
 
@@ -61,6 +62,11 @@ void chain(BlockHeader *, const char *, int32_t) noexcept {}
 void unchain(BlockHeader *) noexcept {}
 
 #endif
+
+std::nullptr_t refuseBlock() noexcept {
+  g_refusals.fetch_add(1, std::memory_order_relaxed);
+  return nullptr;
+}
 
 void count(int64_t blocks, int64_t bytes) noexcept {
   g_liveBlocks.fetch_add(blocks, std::memory_order_relaxed);
@@ -111,13 +117,13 @@ using namespace talvo;
 void *talvo_malloc(size_t size, const char *file, int32_t line) noexcept {
   constexpr size_t kLimit = std::numeric_limits<ptrdiff_t>::max() - sizeof(BlockHeader);
   if (size > kLimit || takeFault()) {
-    return nullptr;
+    return refuseBlock();
   }
   // The one place that asks the system for memory.
   // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
   void *memory = std::malloc(sizeof(BlockHeader) + size);
   if (memory == nullptr) {
-    return nullptr;
+    return refuseBlock();
   }
   auto *block = new (memory) BlockHeader{};
   block->size = size;
@@ -142,6 +148,10 @@ int64_t talvo_memory_getliveblocks() noexcept {
 
 int64_t talvo_memory_getlivebytes() noexcept {
   return g_liveBytes.load(std::memory_order_relaxed);
+}
+
+int64_t talvo_memory_getrefusals() noexcept {
+  return g_refusals.load(std::memory_order_relaxed);
 }
 
 void talvo_memory_setfailafter([[maybe_unused]] int64_t count) noexcept {
