@@ -1,0 +1,44 @@
+// The algorithm tables for callers, by kind and number.
+#include "talvo_xml.h"
+
+#include "signature/vocabulary/algorithm.h"
+
+namespace {
+
+using namespace talvo;
+
+struct Answer {
+  const char *name = nullptr;
+  VocabularySlot uri = nullptr;
+};
+
+template <class Row>
+Answer answerOf(const Row *row) noexcept {
+  return row == nullptr ? Answer{} : Answer{row->name, row->uri};
+}
+
+Answer lookUp(uint32_t kind, int32_t number) noexcept {
+  switch (kind) {
+    case 1:
+      return answerOf(c14nByNumber(number));
+    case 2:
+      return answerOf(digestByNumber(number));
+    case 3:
+      return answerOf(signatureByNumber(number));
+    case 4:
+      return answerOf(transformByNumber(number));
+    default:
+      return {};
+  }
+}
+
+}  // namespace
+
+const char *talvo_xml_algorithm_getname(uint32_t kind, int32_t number) noexcept {
+  return lookUp(kind, number).name;
+}
+
+talvo_ustring *talvo_xml_algorithm_geturi(uint32_t kind, int32_t number) noexcept {
+  const VocabularySlot uri = lookUp(kind, number).uri;
+  return uri == nullptr ? nullptr : talvo_ustring_dup(*uri);
+}
