@@ -48,7 +48,8 @@ X509Crl readBase64(std::string_view text) noexcept {
   return readDer(Bytes(der.get(), length));
 }
 
-// The first octet of DER is also a Base64 digit, but one that no DER starts with when it is encoded.
+// The first octet of DER is also a Base64 digit, but one that no DER starts with when it is
+// encoded.
 X509Crl read(Bytes bytes) noexcept {
   if (bytes.front() == kDerSequence) {
     return readDer(bytes);

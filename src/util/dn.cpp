@@ -1,5 +1,6 @@
-// Distinguished names over X509_NAME. Text is matched by building a second name from it and letting X509_NAME_cmp
-// compare canonical encodings, which is where case, blanks and string types stop to matter.
+// Distinguished names over X509_NAME. Text is matched by building a second name from it and letting
+// X509_NAME_cmp compare canonical encodings, which is where case, blanks and string types stop to
+// matter.
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -24,7 +25,8 @@ struct AttributeName {
   int nid;
 };
 
-// The names that signing software writes; others that OpenSSL knows are understood in OpenSSL's own spelling.
+// The names that signing software writes; others that OpenSSL knows are understood in OpenSSL's own
+// spelling.
 constexpr std::array kAttributeNames = {
     AttributeName{"C", NID_countryName},
     AttributeName{"CN", NID_commonName},
@@ -84,8 +86,8 @@ ObjectId objectOf(std::string_view type) {
   return ObjectId(OBJ_txt2obj(std::string(type.substr(hasPrefix ? 4 : 0)).c_str(), 0));
 }
 
-// The value is set directly rather than by OpenSSL's function for text, which applies length limits per attribute that
-// certificates in use exceed.
+// The value is set directly rather than by OpenSSL's function for text, which applies length limits
+// per attribute that certificates in use exceed.
 bool setText(X509_NAME_ENTRY *entry, const std::string &text) noexcept {
   return X509_NAME_ENTRY_set_data(entry, V_ASN1_UTF8STRING,
                                   reinterpret_cast<const uint8_t *>(text.data()),
@@ -143,7 +145,8 @@ X509Name nameOf(const std::vector<DnPart> &parts) {
   return isBuilt ? std::move(name) : nullptr;
 }
 
-// Text starts with the most specific part and DER with the most general one, so the reverse order is the likely one.
+// Text starts with the most specific part and DER with the most general one, so the reverse order
+// is the likely one.
 bool matches(const X509_NAME *name, std::string_view text) {
   std::vector<DnPart> parts;
   if (!parseDnText(text, parts)) {

@@ -1,4 +1,5 @@
-// The reader of distinguished-name text: a position in the text and one function for each construct.
+// The reader of distinguished-name text: a position in the text and one function for each
+// construct.
 #include "util/dn_text.h"
 
 #include "base/memory.h"
@@ -122,7 +123,8 @@ class Reader {
     return true;
   }
 
-  // One character, or an escape: "\" before two hexadecimal digits is a byte, before anything else that character.
+  // One character, or an escape: "\" before two hexadecimal digits is a byte, before anything else
+  // that character.
   bool readCharacter(std::string &value) {
     if (!takeOneOf("\\")) {
       value.push_back(text_[position_++]);

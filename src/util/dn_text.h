@@ -16,8 +16,8 @@ struct DnAttribute {
 // The attributes that share one part of the name ("+" between them).
 using DnPart = std::vector<DnAttribute>;
 
-// The parts in the order of the text, into which the types point. False when the text is malformed. May throw
-// std::bad_alloc.
+// The parts in the order of the text, into which the types point. False when the text is malformed.
+// May throw std::bad_alloc.
 bool parseDnText(std::string_view text, std::vector<DnPart> &parts);
 
 }  // namespace talvo

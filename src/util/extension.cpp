@@ -49,8 +49,8 @@ talvo_biginteger *talvo_cert_extension_getinteger(const talvo_cert_extension *ex
   if (!integer || end != der + size) {
     return nullptr;
   }
-  // The octets of a DER integer are the two's complement that the big integer reads; what had to be checked about
-  // them was their form.
+  // The octets of a DER integer are the two's complement that the big integer reads; what had to be
+  // checked about them was their form.
   const uint8_t *octets = der;
   long length = 0;
   int tag = 0;

@@ -1,5 +1,5 @@
-// JSON over Jansson. A talvo_json is a small handle with its own reference to a Jansson value; Jansson's values stay on
-// its own allocator, whose hooks belong to the whole process.
+// JSON over Jansson. A talvo_json is a small handle with its own reference to a Jansson value;
+// Jansson's values stay on its own allocator, whose hooks belong to the whole process.
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -52,8 +52,9 @@ struct Place {
   std::string_view message;
 };
 
-// Jansson's own limit is 2,048 levels, which it reaches by recursion; so brackets are counted before it starts.
-// Text that is not JSON may be miscounted, and is then refused for one reason or the other.
+// Jansson's own limit is 2,048 levels, which it reaches by recursion; so brackets are counted
+// before it starts. Text that is not JSON may be miscounted, and is then refused for one reason or
+// the other.
 class DepthScan {
  public:
   // True when the text stays within the limit; otherwise `place` is where it does not.
@@ -140,9 +141,10 @@ bool isContainer(const json_t *value) noexcept {
   return json_is_array(value) || json_is_object(value);
 }
 
-// How many levels a value has: 0 for a scalar, 1 for an empty container. Refuses (-1) what is deeper than the limit or
-// holds `forbidden`, which would become part of itself. Values may be shared, so heights are remembered; the walk is
-// recursive, but no deeper than the limit. May throw std::bad_alloc.
+// How many levels a value has: 0 for a scalar, 1 for an empty container. Refuses (-1) what is
+// deeper than the limit or holds `forbidden`, which would become part of itself. Values may be
+// shared, so heights are remembered; the walk is recursive, but no deeper than the limit. May throw
+// std::bad_alloc.
 class HeightMeter {
  public:
   explicit HeightMeter(const json_t *forbidden) noexcept : forbidden_(forbidden) {}

@@ -1,4 +1,5 @@
-// OpenSSL's objects behind the handles of names, extensions and CRLs, and what the files that use OpenSSL share.
+// OpenSSL's objects behind the handles of names, extensions and CRLs, and what the files that use
+// OpenSSL share.
 #pragma once
 
 #include <openssl/err.h>
@@ -8,8 +9,8 @@
 
 namespace talvo {
 
-// What OpenSSL calls leave in the thread's error queue is taken out again at the end of the scope: the queue belongs
-// to the host application.
+// What OpenSSL calls leave in the thread's error queue is taken out again at the end of the scope:
+// the queue belongs to the host application.
 class ErrorQueueScope {
  public:
   ErrorQueueScope() noexcept { ERR_set_mark(); }

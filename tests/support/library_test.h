@@ -1,5 +1,5 @@
-// The fixture of tests that use documents: the library is started before each test and ended behind it, and then
-// nothing may be left allocated.
+// The fixture of tests that use documents: the library is started before each test and ended behind
+// it, and then nothing may be left allocated.
 #pragma once
 
 #include <string_view>

@@ -1,4 +1,5 @@
-// The fixture of tests that need no started library: whatever a test takes from the allocator must be given back.
+// The fixture of tests that need no started library: whatever a test takes from the allocator must
+// be given back.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +8,8 @@
 
 namespace talvo::test {
 
-// Fails the running test when more blocks are live than `before`, and says where the newest were asked for.
+// Fails the running test when more blocks are live than `before`, and says where the newest were
+// asked for.
 void expectLiveBlocks(int64_t before);
 
 class MemoryTest : public ::testing::Test {

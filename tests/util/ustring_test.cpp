@@ -12,7 +12,8 @@ using namespace std::string_view_literals;
 
 class UStringTest : public MemoryTest {};
 
-// Sets the sequence behind 0 to 17 ASCII bytes and before another, so that it meets every step of the fast path.
+// Sets the sequence behind 0 to 17 ASCII bytes and before another, so that it meets every step of
+// the fast path.
 bool isAcceptedAnywhere(std::string_view sequence, bool expected) {
   for (size_t before = 0; before < 18; ++before) {
     for (const size_t after : {size_t{0}, size_t{1}, size_t{9}}) {
