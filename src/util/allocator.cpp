@@ -4,6 +4,7 @@
 // blocks, for leak reports, and can fail one on demand.
 #include "util/allocator.h"
 
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <limits>
@@ -25,9 +26,37 @@ struct alignas(std::max_align_t) BlockHeader {
 #endif
 };
 
-std::atomic<int64_t> g_liveBlocks{0};
-std::atomic<int64_t> g_liveBytes{0};
 std::atomic<int64_t> g_refusals{0};
+
+// Threads count on different cache lines, else each allocation would take the line from the other
+// cores. A block may be given back by another thread, so that only the sums say something.
+struct alignas(64) Counters {
+  std::atomic<int64_t> blocks{0};
+  std::atomic<int64_t> bytes{0};
+};
+
+constexpr uint32_t kShards = 16;
+std::array<Counters, kShards> g_counters;
+std::atomic<uint32_t> g_nextShard{0};
+
+// The initial-exec model spares a function call for each access; the loader sets a little room aside
+// for such variables of libraries that are loaded late.
+__attribute__((tls_model("initial-exec"))) constinit thread_local Counters *t_counters = nullptr;
+
+Counters &countersOfThread() noexcept {
+  if (t_counters == nullptr) {
+    t_counters = &g_counters[g_nextShard.fetch_add(1, std::memory_order_relaxed) % kShards];
+  }
+  return *t_counters;
+}
+
+int64_t sumOf(std::atomic<int64_t> Counters::*member) noexcept {
+  int64_t sum = 0;
+  for (const Counters &counters : g_counters) {
+    sum += (counters.*member).load(std::memory_order_relaxed);
+  }
+  return sum;
+}
 
 #ifdef TALVO_FAULT_HOOKS
 
@@ -69,8 +98,9 @@ std::nullptr_t refuseBlock() noexcept {
 }
 
 void count(int64_t blocks, int64_t bytes) noexcept {
-  g_liveBlocks.fetch_add(blocks, std::memory_order_relaxed);
-  g_liveBytes.fetch_add(bytes, std::memory_order_relaxed);
+  Counters &counters = countersOfThread();
+  counters.blocks.fetch_add(blocks, std::memory_order_relaxed);
+  counters.bytes.fetch_add(bytes, std::memory_order_relaxed);
 }
 
 }  // namespace
@@ -143,11 +173,11 @@ void talvo_free(void *block) noexcept {
 }
 
 int64_t talvo_memory_getliveblocks() noexcept {
-  return g_liveBlocks.load(std::memory_order_relaxed);
+  return sumOf(&Counters::blocks);
 }
 
 int64_t talvo_memory_getlivebytes() noexcept {
-  return g_liveBytes.load(std::memory_order_relaxed);
+  return sumOf(&Counters::bytes);
 }
 
 int64_t talvo_memory_getrefusals() noexcept {
