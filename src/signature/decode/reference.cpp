@@ -27,6 +27,8 @@ bool readDigest(ElementCursor &children, Reference &reference) noexcept {
   return reference.digestValue != nullptr && children.atEnd();
 }
 
+}  // namespace
+
 XmlNode *findEnclosingSignature(const XmlNode *node) noexcept {
   XmlNode *ancestor = talvo_xml_node_getparent(node);
   while (ancestor != nullptr && !isSignatureElement(ancestor, g_xml_signature_name)) {
@@ -34,8 +36,6 @@ XmlNode *findEnclosingSignature(const XmlNode *node) noexcept {
   }
   return ancestor;
 }
-
-}  // namespace
 
 List readReferences(ElementCursor &children, XmlNode *signatureElement) noexcept {
   if (children.atEnd()) {

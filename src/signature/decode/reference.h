@@ -11,6 +11,9 @@ namespace talvo {
 // The references that remain under the cursor, at least one; null when there is none or one fails.
 List readReferences(ElementCursor &children, XmlNode *signatureElement) noexcept;
 
+// The ds:Signature around a node, the innermost one; null when there is none.
+XmlNode *findEnclosingSignature(const XmlNode *node) noexcept;
+
 }  // namespace talvo
 
 extern "C" {

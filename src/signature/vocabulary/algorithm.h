@@ -82,6 +82,11 @@ int32_t numberOf(const Row *row) noexcept {
   return row == nullptr ? kUnknownAlgorithm : row->number;
 }
 
+// Minimal canonicalisation is known by its identifier only.
+inline bool canCanonicalize(int32_t c14nMethod) noexcept {
+  return c14nByNumber(c14nMethod) != nullptr && transformByNumber(c14nMethod) != nullptr;
+}
+
 inline bool isExclusive(int32_t c14nOrTransform) noexcept {
   return c14nOrTransform == 3 || c14nOrTransform == 4;
 }
