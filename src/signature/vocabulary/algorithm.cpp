@@ -181,4 +181,9 @@ int32_t includeCertOptionByJsonName(std::string_view name) noexcept {
   return numberOf(findByJsonName(kCertOptions, name));
 }
 
+std::string_view includeCertOptionJsonName(int32_t option) noexcept {
+  const CertOption *row = findByNumber(kCertOptions, option);
+  return row == nullptr ? std::string_view() : row->jsonName;
+}
+
 }  // namespace talvo

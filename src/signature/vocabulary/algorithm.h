@@ -75,6 +75,8 @@ const TransformAlgorithm *transformByJsonName(std::string_view name) noexcept;
 // Certificate options 1 to 4 by JSON name ("None", "Self", "CertPath", "CertPathWithRoot"); -1 for
 // another name.
 int32_t includeCertOptionByJsonName(std::string_view name) noexcept;
+// The other way round; empty for another number.
+std::string_view includeCertOptionJsonName(int32_t option) noexcept;
 
 // The number of a row, or kUnknownAlgorithm for none.
 template <class Row>
