@@ -14,11 +14,15 @@ void freeString(void *item) noexcept {
 
 }  // namespace
 
+List newStringList() noexcept {
+  return List(talvo_arraylist_new(copyString, freeString));
+}
+
 List copyStrings(const talvo_arraylist *strings) noexcept {
   if (items<talvo_ustring>(strings).empty()) {
     return nullptr;
   }
-  List copies(talvo_arraylist_new(copyString, freeString));
+  List copies = newStringList();
   for (talvo_ustring *string : items<talvo_ustring>(strings)) {
     if (talvo_arraylist_pushback(copies.get(), string) != 1) {
       return nullptr;

@@ -24,6 +24,9 @@ inline int32_t replaceRequired(UString &target, const talvo_ustring *source) noe
   return 1;
 }
 
+// A new list that copies the strings pushed into it.
+List newStringList() noexcept;
+
 template <class Context>
 void releaseCounted(void *item) noexcept {
   release(static_cast<Context *>(item));
