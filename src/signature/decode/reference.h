@@ -8,9 +8,6 @@
 
 namespace talvo {
 
-// The nearest ds:Signature above the node, or null.
-XmlNode *findEnclosingSignature(const XmlNode *node) noexcept;
-
 // The references that remain under the cursor, at least one; null when there is none or one fails.
 List readReferences(ElementCursor &children, XmlNode *signatureElement) noexcept;
 
