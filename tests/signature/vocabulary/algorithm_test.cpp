@@ -91,22 +91,25 @@ TEST_F(AlgorithmTest, OddIdentifiersStandAsTheyAre) {
 
 TEST_F(AlgorithmTest, JsonNamesIgnoreCaseAndLeaveOutWhatCannotBeChosen) {
   const std::vector<std::pair<std::string_view, int32_t>> signatures = {
-      {"Sha1WithRSA", 65},     {"sha256withrsa", 68},   {"SHA384WITHRSA", 69},
-      {"Sha512WithRSA", 70},   {"DSAWithSha1", 72},     {"ECDSAWithSha1", 73},
-      {"ECDSAWithSha224", 74}, {"ECDSAWithSha256", 75}, {"ECDSAWithSha384", 76},
-      {"ECDSAWithSha512", 77}, {"sm3withsm2", 83},      {"HMACWithSha1", -1},
-      {"MD5WithRSA", -1},      {"", -1},                {"Sha256WithRSA ", -1}};
+      {"Sha1WithRSA", 65},     {"sha256withrsa", 68},
+      {"SHA384WITHRSA", 69},   {"Sha512WithRSA", 70},
+      {"DSAWithSha1", 72},     {"ECDSAWithSha1", 73},
+      {"ECDSAWithSha224", 74}, {"ECDSAWithSha256", 75},
+      {"ECDSAWithSha384", 76}, {"ECDSAWithSha512", 77},
+      {"sm3withsm2", 83},      {"HMACWithSha1", -1},
+      {"MD5WithRSA", -1},      {"", -1},
+      {"Sha256WithRSA ", -1}};
   for (const auto &[name, number] : signatures) {
     EXPECT_EQ(numberOf(signatureByJsonName(name)), number) << name;
   }
   const std::vector<std::pair<std::string_view, int32_t>> digests = {
-      {"sha1", 1},   {"SHA224", 3}, {"Sha256", 4}, {"Sha384", 5},    {"Sha512", 6},
-      {"Sm3", 8},    {"MD5", -1},   {"", -1},      {"RIPEMD160", -1}};
+      {"sha1", 1}, {"SHA224", 3}, {"Sha256", 4}, {"Sha384", 5},    {"Sha512", 6},
+      {"Sm3", 8},  {"MD5", -1},   {"", -1},      {"RIPEMD160", -1}};
   for (const auto &[name, number] : digests) {
     EXPECT_EQ(numberOf(digestByJsonName(name)), number) << name;
   }
   const std::vector<std::pair<std::string_view, int32_t>> transforms = {
-      {"c14n", 1},   {"C14NWithComments", 2}, {"ExcC14N", 3}, {"ExcC14NWithComments", 4},
+      {"c14n", 1},   {"C14NWithComments", 2},  {"ExcC14N", 3}, {"ExcC14NWithComments", 4},
       {"C14N11", 6}, {"C14N11WithComments", 7}};
   for (const auto &[name, number] : transforms) {
     EXPECT_EQ(numberOf(c14nByJsonName(name)), number) << name;
