@@ -403,8 +403,18 @@ TALVO_API int32_t talvo_xml_signature_xades_certid_matchcert(
     const CertId *certId, const TalvoPKICert *certificate) TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_signature_xades_certid_free(CertId *certId) TALVO_NOEXCEPT;
 
-/* ---- what is to be signed: contexts and keys ---- */
-
+/* ---- what is to be signed: contexts and keys ----
+ *
+ * A SignedInfoCtx describes one signature and holds its ReferenceCtx, each of which holds its
+ * TransformCtx; an ObjectCtx describes one Object to write into the signature, and a
+ * SignaturePropCtx one property of such an Object. They are made by the ..._new functions, which
+ * copy every string and keep one more reference to every context in a list, and return NULL for a
+ * value that they refuse and when memory is exhausted. Generators and signing functions read them,
+ * and write only the nodes that belong to the signature being made (see ..._objectctx_newnode). A
+ * context can be used for several signatures, one after the other.
+ *
+ * The ..._dup functions add a reference and return the same handle; the ..._free functions drop one
+ * and release the context with the last. Both accept NULL. */
 TALVO_API SignedInfoCtx *talvo_xml_signature_signedinfoctx_dup(SignedInfoCtx *context)
     TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_signature_signedinfoctx_free(SignedInfoCtx *context) TALVO_NOEXCEPT;
@@ -417,37 +427,79 @@ TALVO_API void talvo_xml_signature_objectctx_free(ObjectCtx *context) TALVO_NOEX
 TALVO_API SignaturePropCtx *talvo_xml_signature_signaturepropctx_dup(SignaturePropCtx *context)
     TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_signature_signaturepropctx_free(SignaturePropCtx *context) TALVO_NOEXCEPT;
+
+/* talvo_xml_signature_signedinfoctx_new makes the context of a signature. `id` (may be NULL) becomes
+ * the Id of SignedInfo. `c14nMethod` is 1 to 4, 6 or 7; 3 and 4 need a list of at least one prefix
+ * (ustrings), the others ignore it. `signatureMethod` is 65, 67 to 70, 72 to 77 or 83; 67 has no
+ * identifier, so generating SignedInfo will fail. `references` is a list of at least one
+ * ReferenceCtx, in the order in which they are written. The signer's own certificate is written
+ * into KeyInfo unless talvo_xml_signature_signedinfoctx_setincludecertflag says otherwise, and no
+ * XAdES property is asked for. */
 TALVO_API SignedInfoCtx *talvo_xml_signature_signedinfoctx_new(
     const talvo_ustring *id, uint32_t c14nMethod, const talvo_arraylist *prefixes,
     int32_t signatureMethod, const talvo_arraylist *references) TALVO_NOEXCEPT;
+/* talvo_xml_signature_referencectx_new makes the context of a reference. `digestMethod` is 1, 3 to 6
+ * or 8. `uri` is stored percent-encoded (talvo_xml_uri_encode); "" is the whole document, and NULL a
+ * reference without URI, whose octets are `content` (copied; otherwise NULL). One of the two is
+ * required. `transforms` is a list of TransformCtx in the order in which they run; NULL and the
+ * empty list mean none. `id`, `type`: the attributes, may be NULL. */
 TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_new(
     uint32_t digestMethod, const talvo_ustring *id, const talvo_ustring *uri,
     const talvo_ustring *type, const talvo_data_blob *content,
     const talvo_arraylist *transforms) TALVO_NOEXCEPT;
+/* talvo_xml_signature_referencectx_newwithhash makes the context of a reference whose digest is
+ * already known: it is written as it stands, and the URI, which is required, is not read when
+ * signing. `digest` must have the length that the method produces. */
 TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_newwithhash(
     uint32_t digestMethod, const talvo_data_blob *digest, const talvo_ustring *id,
     const talvo_ustring *uri, const talvo_ustring *type,
     const talvo_arraylist *transforms) TALVO_NOEXCEPT;
+/* talvo_xml_signature_transformctx_new makes the context of a transform; `transform` is 1 to 4, 6,
+ * 7, 16, 32 or 48. For 3 and 4 `parameter` is a `const talvo_arraylist *` of prefixes (ustrings),
+ * not empty; NULL is accepted, but the transform cannot be run then, and signing fails with 3. For
+ * 32 it is a `const talvo_ustring *` with the XPath expression, required; the expression is
+ * evaluated with the namespaces in scope at the place where the signature writes it. The other
+ * transforms ignore it. */
 TALVO_API TransformCtx *talvo_xml_signature_transformctx_new(int32_t transform,
                                                              const void *parameter) TALVO_NOEXCEPT;
+/* talvo_xml_signature_objectctx_newdata makes the context of an Object that holds a text. `data` is
+ * required; the attributes may be NULL. */
 TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newdata(
     const talvo_ustring *id, const talvo_ustring *mimeType, const talvo_ustring *encoding,
     const talvo_ustring *data) TALVO_NOEXCEPT;
+/* talvo_xml_signature_objectctx_newnode makes the context of an Object that holds nodes: `node`, an
+ * element that is free-standing or in any document, and all siblings that follow it. They are
+ * borrowed until the Object is generated. Then the whole run moves into the Object, the caller does
+ * not own free-standing nodes any more, and the context holds no node: it can be used once. */
 TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newnode(const talvo_ustring *id,
                                                            XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_signature_objectctx_newmanifest makes the context of an Object that holds a Manifest.
+ * `id`, the Id of the Manifest, and a list of at least one ReferenceCtx are required. */
 TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newmanifest(
     const talvo_ustring *id, const talvo_arraylist *references) TALVO_NOEXCEPT;
+/* talvo_xml_signature_objectctx_newsignprops makes the context of an Object that holds
+ * SignatureProperties with the given Id (may be NULL) and at least one SignaturePropCtx. */
 TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newsignprops(
     const talvo_ustring *id, const talvo_arraylist *properties) TALVO_NOEXCEPT;
+/* talvo_xml_signature_signaturepropctx_new makes the context of one SignatureProperty. `target` is
+ * the value of its Target attribute, "#" and the Id of the signature; `content` is the first node
+ * of its content and moves, with the siblings that follow it, as those of
+ * talvo_xml_signature_objectctx_newnode do. Both are required. */
 TALVO_API SignaturePropCtx *talvo_xml_signature_signaturepropctx_new(
     const talvo_ustring *id, const talvo_ustring *target, XmlNode *content) TALVO_NOEXCEPT;
+
+/* Keys are not counted: a copy is an object of its own that holds a new handle of the same
+ * certificate or public key, or a copy of the secret.
+ *
+ * talvo_xml_signature_key_newcert makes a key of type 4. */
 TALVO_API SignatureKey *talvo_xml_signature_key_newcert(const TalvoPKICert *certificate)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_key_newpubkey makes a key of type 5. */
 TALVO_API SignatureKey *talvo_xml_signature_key_newpubkey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 TALVO_API SignatureKey *talvo_xml_signature_key_dup(const SignatureKey *key) TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_signature_key_free(SignatureKey *key) TALVO_NOEXCEPT;
-/* talvo_xml_signature_key_gettype returns 1 HMAC secret, 4 certificate, 5 public key; 0 for NULL.
- */
+/* talvo_xml_signature_key_gettype returns 1 HMAC secret (made by verification only), 4 certificate,
+ * 5 public key; 0 for NULL. */
 TALVO_API uint32_t talvo_xml_signature_key_gettype(const SignatureKey *key) TALVO_NOEXCEPT;
 /* talvo_xml_signature_key_getcert returns a new handle of the certificate of a key of type 4, else
  * NULL. */
@@ -456,29 +508,54 @@ TALVO_API TalvoPKICert *talvo_xml_signature_key_getcert(const SignatureKey *key)
  */
 TALVO_API TalvoPKIPublicKey *talvo_xml_signature_key_getpubkey(const SignatureKey *key)
     TALVO_NOEXCEPT;
+
+/* The setters return 1, or 0 for a value that they refuse; then the earlier value stays.
+ *
+ * talvo_xml_signature_signedinfoctx_setincludecertflag chooses the certificates written into KeyInfo
+ * (certificate options 1 to 4). */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_setincludecertflag(
     SignedInfoCtx *context, int32_t option) TALVO_NOEXCEPT;
+/* talvo_xml_signature_signedinfoctx_setsignaturevalueid sets the Id of SignatureValue, which a
+ * countersignature needs. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_setsignaturevalueid(
     SignedInfoCtx *context, const talvo_ustring *id) TALVO_NOEXCEPT;
+/* The XAdES properties below are written when at least one of signing time, signing certificate,
+ * signature policy and production place is asked for; the Ids alone ask for nothing. They are only
+ * signed when the caller lists a reference to them: URI "#" and the Id of SignedProperties.
+ *
+ * ..._xades_setusesigningtime writes the time of signing, or no time for 0. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setusesigningtime(
     SignedInfoCtx *context, int32_t flag) TALVO_NOEXCEPT;
+/* ..._xades_setsigningcertificateinfo names the signer's certificate by a digest (1, 3 to 6 or 8).
+ * `option` is 2 the certificate alone, 3 its path without the root, 4 its path with the root. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsigningcertificateinfo(
     SignedInfoCtx *context, int32_t digestMethod, int32_t option) TALVO_NOEXCEPT;
+/* ..._xades_setsignaturepolicyimplied states that the signature policy follows from the context. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsignaturepolicyimplied(
     SignedInfoCtx *context) TALVO_NOEXCEPT;
+/* ..._xades_setsignatureproductionplace replaces the place as a whole; what is NULL is not written.
+ * At least one part is required. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsignatureproductionplace(
     SignedInfoCtx *context, const talvo_ustring *city, const talvo_ustring *stateOrProvince,
     const talvo_ustring *postalCode, const talvo_ustring *countryName) TALVO_NOEXCEPT;
+/* The Ids of QualifyingProperties, SignedProperties and SignedSignatureProperties; required. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setqualifyingpropertiesid(
     SignedInfoCtx *context, const talvo_ustring *id) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsignedpropertiesid(
     SignedInfoCtx *context, const talvo_ustring *id) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsignedsignaturepropertiesid(
     SignedInfoCtx *context, const talvo_ustring *id) TALVO_NOEXCEPT;
+
+/* Getters. Strings are new, and NULL where the context has none; numbers are -1 for NULL. Lists are
+ * new and the caller's to release: those of contexts hold one more reference to each (releasing the
+ * list drops it), those of strings hold copies; what is empty is NULL. */
 TALVO_API talvo_ustring *talvo_xml_signature_signedinfoctx_getid(const SignedInfoCtx *context)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_signedinfoctx_getsignalgoid returns the signature method. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_getsignalgoid(const SignedInfoCtx *context)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_signedinfoctx_getc14nmethon returns the canonicalisation of SignedInfo;
+ * ..._getc14nparam its prefixes, NULL unless the method is 3 or 4. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_getc14nmethon(const SignedInfoCtx *context)
     TALVO_NOEXCEPT;
 TALVO_API talvo_arraylist *talvo_xml_signature_signedinfoctx_getc14nparam(
@@ -487,28 +564,49 @@ TALVO_API talvo_arraylist *talvo_xml_signature_signedinfoctx_getrefs(const Signe
     TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_signature_referencectx_getid(const ReferenceCtx *context)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_referencectx_geturi returns the URI as it will be written, percent-encoded. */
 TALVO_API talvo_ustring *talvo_xml_signature_referencectx_geturi(const ReferenceCtx *context)
     TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_signature_referencectx_gettype(const ReferenceCtx *context)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_referencectx_gethashalgoid returns the digest method; ..._gethashvalue a new
+ * blob with the digest that the caller had supplied, else NULL. */
 TALVO_API int32_t talvo_xml_signature_referencectx_gethashalgoid(const ReferenceCtx *context)
     TALVO_NOEXCEPT;
 TALVO_API talvo_data_blob *talvo_xml_signature_referencectx_gethashvalue(
     const ReferenceCtx *context) TALVO_NOEXCEPT;
 TALVO_API talvo_arraylist *talvo_xml_signature_referencectx_gettransforms(
     const ReferenceCtx *context) TALVO_NOEXCEPT;
+/* talvo_xml_signature_referencectx_decode returns a new context that describes a Reference element
+ * of a document, its DigestValue as a supplied digest. NULL when the element is no well-formed
+ * Reference with URI, or uses an algorithm that contexts refuse. */
 TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_decode(XmlNode *referenceElement)
     TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_transformctx_getalgoid(const TransformCtx *context)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_transformctx_getparam returns, for transforms 3 and 4, a new talvo_arraylist of
+ * the prefixes, for 32 a new talvo_ustring with the expression, otherwise NULL. */
 TALVO_API void *talvo_xml_signature_transformctx_getparam(const TransformCtx *context)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_objectctx_gettype returns 1 data, 3 signature properties, 4 manifest, 5 nodes;
+ * -1 for NULL. */
 TALVO_API int32_t talvo_xml_signature_objectctx_gettype(const ObjectCtx *context) TALVO_NOEXCEPT;
+/* The content by kind, NULL for a context of another kind: the borrowed node (NULL too once it has
+ * moved), a list of SignaturePropCtx, a list of ReferenceCtx. */
 TALVO_API XmlNode *talvo_xml_signature_objectctx_getnode(const ObjectCtx *context) TALVO_NOEXCEPT;
 TALVO_API talvo_arraylist *talvo_xml_signature_objectctx_getsignatureprops(const ObjectCtx *context)
     TALVO_NOEXCEPT;
 TALVO_API talvo_arraylist *talvo_xml_signature_objectctx_getmanifest(const ObjectCtx *context)
     TALVO_NOEXCEPT;
+/* talvo_xml_signature_checkparameters tells whether talvo_xml_signature_sign_ex can read a JSON
+ * document: 1, or 0 with a new message that names the first key that is wrong, what it holds and
+ * what it may hold, for example
+ *   References[1].HashAlgo: found "Sha3", allowed are "Sha1", "Sha224", "Sha256", ...
+ * `message` may be NULL; it is set to NULL for 1, and when memory is exhausted. Unknown keys are no
+ * mistake. */
+TALVO_API int32_t talvo_xml_signature_checkparameters(const talvo_json *parameters,
+                                                      talvo_ustring **message) TALVO_NOEXCEPT;
+
 /* What a verifier gives to a decoded signature. Each returns 1, or 0 with nothing changed.
  *
  * talvo_xml_signature_sethmackey keeps a copy of the key; the signature method must be an HMAC. */
@@ -554,44 +652,86 @@ TALVO_API int32_t talvo_xml_node_findsetidattr(XmlDoc *doc, XmlNode *node,
  * Signature, SignedInfo, each Reference, SignatureValue and each Object. */
 TALVO_API int32_t talvo_xml_signature_setidattr(Signature *signature) TALVO_NOEXCEPT;
 
-/* ---- generating signature elements ---- */
-
+/* ---- generating signature elements ----
+ *
+ * Each generator returns a new free-standing element, or the first of a run of them; the caller
+ * links it (talvo_xml_node_addchild, or talvo_xml_node_addsibling for a run) or frees each node with
+ * talvo_xml_node_free. NULL on failure, with nothing left behind. New elements are bound to the
+ * namespace declaration `ns`, which must be in scope where they will be linked; attributes have no
+ * namespace, and Id comes first. `doc` is the document that the elements are meant for. Every
+ * container holds a line feed, a child, a line feed, and so on, and ends in a line feed; nothing is
+ * indented.
+ *
+ * talvo_xml_signedinfonode_gen makes SignedInfo with empty DigestValues. It fails for signature
+ * method 67. */
 TALVO_API XmlNode *talvo_xml_signedinfonode_gen(XmlDoc *doc, XmlNode *ns,
                                                 SignedInfoCtx *context) TALVO_NOEXCEPT;
+/* talvo_xml_c14nmethodnode_gen makes CanonicalizationMethod for methods 1 to 7. Methods 3 and 4 need
+ * a list of at least one prefix, which stands inside as InclusiveNamespaces. */
 TALVO_API XmlNode *talvo_xml_c14nmethodnode_gen(uint32_t c14nMethod,
                                                 const talvo_arraylist *prefixes,
                                                 XmlNode *ns) TALVO_NOEXCEPT;
+/* talvo_xml_refsnode_gen makes a run of Reference elements, each followed by a line feed, from a list
+ * of at least one ReferenceCtx. DigestValues are empty. The prefix list of a transform 3 or 4 is not
+ * written. A transform 32 writes an XPath element, which its context remembers until the context is
+ * used again. */
 TALVO_API XmlNode *talvo_xml_refsnode_gen(XmlDoc *doc, const talvo_arraylist *references,
                                           XmlNode *ns) TALVO_NOEXCEPT;
+/* talvo_xml_digestmethodnode_gen makes DigestMethod for digests 1 to 8. */
 TALVO_API XmlNode *talvo_xml_digestmethodnode_gen(uint32_t digestMethod,
                                                   XmlNode *ns) TALVO_NOEXCEPT;
+/* talvo_xml_digestvalue_gen makes DigestValue with the octets as one line of Base64. */
 TALVO_API XmlNode *talvo_xml_digestvalue_gen(XmlDoc *doc, XmlNode *ns, const void *bytes,
                                              size_t length) TALVO_NOEXCEPT;
+/* talvo_xml_signvaluenode_gen makes an empty SignatureValue; `id` may be NULL. */
 TALVO_API XmlNode *talvo_xml_signvaluenode_gen(XmlDoc *doc, XmlNode *ns,
                                                const talvo_ustring *id) TALVO_NOEXCEPT;
+/* talvo_xml_keyinfonode_gen makes KeyInfo with one X509Data for each certificate: the signer's (not
+ * with option 1; the key must be of type 4 with any other), its issuers upwards (options 3 and 4;
+ * none when the path cannot be built), and the extra certificates (a list of TalvoPKICert, may be
+ * NULL) in their order. */
 TALVO_API XmlNode *talvo_xml_keyinfonode_gen(
     XmlDoc *doc, XmlNode *ns, const SignatureKey *key, int32_t includeCertOption,
     const talvo_arraylist *extraCertificates) TALVO_NOEXCEPT;
+/* talvo_xml_x509datanode_gen makes X509Data with one X509Certificate, in lines of 64 characters. */
 TALVO_API XmlNode *talvo_xml_x509datanode_gen(XmlDoc *doc, XmlNode *ns,
                                               const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+/* talvo_xml_objectsnode_gen makes a run of Object elements, each followed by a line feed, from a list
+ * of at least one ObjectCtx. The nodes of contexts move into them; when the generation fails after
+ * that, they are freed with what had been made. An Object around SignatureProperties or a Manifest
+ * has no attributes: the Id stands on the element inside. */
 TALVO_API XmlNode *talvo_xml_objectsnode_gen(XmlDoc *doc, XmlNode *ns,
                                              const talvo_arraylist *objects) TALVO_NOEXCEPT;
+/* talvo_xml_signature_inclusivenamespaces_gen makes InclusiveNamespaces, which declares its own
+ * namespace with the prefix "ec", from a list of at least one prefix (ustrings). */
 TALVO_API XmlNode *talvo_xml_signature_inclusivenamespaces_gen(const talvo_arraylist *prefixes)
     TALVO_NOEXCEPT;
+/* talvo_xml_node_gen makes an element that holds only a text. */
 TALVO_API XmlNode *talvo_xml_node_gen(XmlDoc *doc, XmlNode *ns, const talvo_ustring *name,
                                       const talvo_ustring *text) TALVO_NOEXCEPT;
+/* talvo_xml_xadesnode_qualifyingproperties_gen makes an Object with QualifyingProperties (prefix "xa",
+ * XAdES 1.3.2) that hold the signed properties the context asks for; SignedProperties is empty when
+ * it asks for none. `ns` is the namespace of the signature, `signatureId` its Id, `certificate` the
+ * signer's. Codes: 3 a missing argument, exhausted memory or a node operation, 19 a certificate of
+ * the path cannot be named, 29 the signer's certificate cannot be named or its path not be built. */
 TALVO_API XmlNode *talvo_xml_xadesnode_qualifyingproperties_gen(XmlDoc *doc, XmlNode *ns,
                                                                 const talvo_ustring *signatureId,
                                                                 SignedInfoCtx *context,
                                                                 const TalvoPKICert *certificate,
                                                                 uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_xadesnode_signingcertificate_cert_gen makes Cert, which names a certificate by digest (1,
+ * 3 to 6 or 8), issuer and serial number. `ns` is the namespace of the signature. */
 TALVO_API XmlNode *talvo_xml_xadesnode_signingcertificate_cert_gen(
     XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t digestMethod,
     const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_encder_gen makes an element whose Encoding says DER and whose text is the
+ * octets in Base64 lines of 64 characters. */
 TALVO_API XmlNode *talvo_xml_signature_xades_encder_gen(XmlDoc *doc, XmlNode *ns,
                                                         const talvo_ustring *name,
                                                         const void *bytes,
                                                         size_t length) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_getLastChildPos returns the borrowed last child of an element, behind
+ * which the next one is linked; an element without children first gets a line feed. */
 TALVO_API XmlNode *talvo_xml_signature_xades_getLastChildPos(XmlDoc *doc,
                                                              XmlNode *element) TALVO_NOEXCEPT;
 

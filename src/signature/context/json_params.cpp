@@ -286,12 +286,15 @@ talvo_ustring *DecodeStringValueFromJson(const talvo_json *value) noexcept {
 
 int32_t talvo_xml_signature_checkparameters(const talvo_json *parameters,
                                             talvo_ustring **message) noexcept {
+  if (message != nullptr) {
+    *message = nullptr;
+  }
   return guard([&]() -> int32_t {
     std::string complaint;
     if (readAll(JsonValue(parameters, message == nullptr ? nullptr : &complaint))) {
       return 1;
     }
-    if (message != nullptr) {
+    if (!complaint.empty()) {
       *message = makeString(complaint).release();
     }
     return 0;

@@ -7,12 +7,6 @@ namespace {
 
 using namespace talvo;
 
-// The minimal form has no JSON name: signatures may name it, but nothing here canonicalises so.
-bool mayCanonicalize(uint32_t method) noexcept {
-  const C14nAlgorithm *row = c14nByNumber(static_cast<int32_t>(method));
-  return row != nullptr && !row->jsonName.empty();
-}
-
 bool maySign(int32_t method) noexcept {
   const SignatureAlgorithm *row = signatureByNumber(method);
   return row != nullptr && row->inContext;
@@ -45,7 +39,7 @@ SignedInfoCtx *talvo_xml_signature_signedinfoctx_new(const talvo_ustring *id, ui
                                                      const talvo_arraylist *prefixes,
                                                      int32_t signatureMethod,
                                                      const talvo_arraylist *references) noexcept {
-  if (!mayCanonicalize(c14nMethod) || !maySign(signatureMethod)) {
+  if (!canCanonicalize(static_cast<int32_t>(c14nMethod)) || !maySign(signatureMethod)) {
     return nullptr;
   }
   SignedInfoContext context(make<SignedInfoCtx>(kSource).release());
