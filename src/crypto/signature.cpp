@@ -16,9 +16,6 @@ struct TalvoPKIVerify {
 
 namespace {
 
-constexpr std::string_view kSm2Identifier = "1234567812345678";
-
-// An SM2 signature covers the signer's identifier. OpenSSL would take the empty one.
 bool setIdentifier(EVP_PKEY_CTX *context) noexcept {
   return EVP_PKEY_CTX_set1_id(context, kSm2Identifier.data(), kSm2Identifier.size()) == 1;
 }
