@@ -60,6 +60,10 @@ constexpr std::array kAttributeNames = {
     AttributeName{"UID", NID_userId},
 };
 
+// Where X509_NAME_add_entry puts an attribute that is added behind the others.
+constexpr int kNewPart = 0;
+constexpr int kSamePart = -1;
+
 using ObjectId = Handle<ASN1_OBJECT, ASN1_OBJECT_free>;
 using AnyValue = Handle<ASN1_TYPE, ASN1_TYPE_free>;
 using NameEntry = Handle<X509_NAME_ENTRY, X509_NAME_ENTRY_free>;
@@ -86,6 +90,17 @@ ObjectId objectOf(std::string_view type) {
   return ObjectId(OBJ_txt2obj(std::string(type.substr(hasPrefix ? 4 : 0)).c_str(), 0));
 }
 
+// X509_NAME_cmp brings the common string types to one form but leaves NumericString out, in which
+// some authorities write registration numbers.
+bool setComparable(X509_NAME_ENTRY *entry, const ASN1_STRING *value) noexcept {
+  ASN1_STRING *target = X509_NAME_ENTRY_get_data(entry);
+  if (ASN1_STRING_type(value) != V_ASN1_NUMERICSTRING) {
+    return ASN1_STRING_copy(target, value) == 1;
+  }
+  return X509_NAME_ENTRY_set_data(entry, V_ASN1_UTF8STRING, ASN1_STRING_get0_data(value),
+                                  ASN1_STRING_length(value)) == 1;
+}
+
 // The value is set directly rather than by OpenSSL's function for text, which applies length limits
 // per attribute that certificates in use exceed.
 bool setText(X509_NAME_ENTRY *entry, const std::string &text) noexcept {
@@ -106,7 +121,7 @@ bool setDer(X509_NAME_ENTRY *entry, const std::string &der) noexcept {
   if ((ASN1_tag2bit(ASN1_TYPE_get(value.get())) & kNameTypes) == 0) {
     return false;
   }
-  return ASN1_STRING_copy(X509_NAME_ENTRY_get_data(entry), value->value.asn1_string) == 1;
+  return setComparable(entry, value->value.asn1_string);
 }
 
 NameEntry entryOf(const DnAttribute &attribute) {
@@ -124,8 +139,6 @@ NameEntry entryOf(const DnAttribute &attribute) {
 }
 
 bool addPart(X509_NAME *name, const DnPart &part) {
-  constexpr int kNewPart = 0;
-  constexpr int kSamePart = -1;
   int place = kNewPart;
   for (const DnAttribute &attribute : part) {
     const NameEntry entry = entryOf(attribute);
@@ -145,11 +158,30 @@ X509Name nameOf(const std::vector<DnPart> &parts) {
   return isBuilt ? std::move(name) : nullptr;
 }
 
+// A copy of a name that was read, made comparable.
+X509Name comparable(const X509_NAME *name) noexcept {
+  X509Name copy(X509_NAME_new());
+  int lastPart = -1;
+  for (int i = 0; copy && i < X509_NAME_entry_count(name); ++i) {
+    const X509_NAME_ENTRY *original = X509_NAME_get_entry(name, i);
+    const NameEntry entry(X509_NAME_ENTRY_dup(original));
+    const int part = X509_NAME_ENTRY_set(original);
+    if (!entry || !setComparable(entry.get(), X509_NAME_ENTRY_get_data(original)) ||
+        X509_NAME_add_entry(copy.get(), entry.get(), -1, part == lastPart ? kSamePart : kNewPart) !=
+            1) {
+      return nullptr;
+    }
+    lastPart = part;
+  }
+  return copy;
+}
+
 // Text starts with the most specific part and DER with the most general one, so the reverse order
 // is the likely one.
 bool matches(const X509_NAME *name, std::string_view text) {
   std::vector<DnPart> parts;
-  if (!parseDnText(text, parts)) {
+  const X509Name wanted = comparable(name);
+  if (!wanted || !parseDnText(text, parts)) {
     return false;
   }
   for (int attempt = 0; attempt < 2; ++attempt) {
@@ -158,7 +190,7 @@ bool matches(const X509_NAME *name, std::string_view text) {
     if (!candidate) {
       return false;
     }
-    if (X509_NAME_cmp(name, candidate.get()) == 0) {
+    if (X509_NAME_cmp(wanted.get(), candidate.get()) == 0) {
       return true;
     }
   }

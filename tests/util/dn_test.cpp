@@ -155,6 +155,8 @@ TEST_F(DnTest, MatchesItsOwnTextWhateverTheValues) {
       {{"CN", V_ASN1_UTF8STRING, "#quote\"<>;=\\,+"}},
       {{"CN", V_ASN1_UTF8STRING, ""}},
       {{"CN", V_ASN1_BMPSTRING, "\0A\0\xE9"sv}},
+      {{"serialNumber", V_ASN1_NUMERICSTRING, "12 34"}},
+      {{"1.3.6.1.4.1.99999.1", V_ASN1_NUMERICSTRING, "12 34"}},
       {{"CN", V_ASN1_T61STRING, "caf\xE9"}},
       {{"CN", V_ASN1_UTF8STRING, "line\nfeed"}},
       {{"x500UniqueIdentifier", V_ASN1_BIT_STRING, "\x0F\xF0"sv}},
