@@ -19,4 +19,7 @@ TalvoPKICert *newCertificate(X509Ptr x509) noexcept;
 // The key of the certificate, sharing OpenSSL's object; empty when it cannot be read.
 Key publicKeyOf(const X509 *x509) noexcept;
 
+// A time of ASN.1, whose own fraction of a second is dropped.
+talvo_time *newTime(const ASN1_TIME *time, int32_t nanosecond) noexcept;
+
 }  // namespace talvo

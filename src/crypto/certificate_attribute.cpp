@@ -72,6 +72,15 @@ talvo_ustring *serialNumber(const X509 *x509) noexcept {
 
 }  // namespace
 
+talvo_time *talvo::newTime(const ASN1_TIME *time, int32_t nanosecond) noexcept {
+  tm utc{};
+  if (ASN1_TIME_to_tm(time, &utc) != 1) {
+    return nullptr;
+  }
+  return talvo_time_newutctime(utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour,
+                               utc.tm_min, utc.tm_sec, nanosecond);
+}
+
 int32_t TalvoPKICertGetCertEncode(const TalvoPKICert *cert, int32_t form, uint8_t **encoded,
                                   size_t *length) noexcept {
   if (cert == nullptr || form != kFormDer) {
@@ -142,12 +151,6 @@ talvo_time *TalvoPKICertGetCertValidity(const TalvoPKICert *cert, int32_t which)
     return nullptr;
   }
   ErrorQueueScope errors;
-  const ASN1_TIME *time =
-      which == 0 ? X509_get0_notBefore(cert->x509.get()) : X509_get0_notAfter(cert->x509.get());
-  tm utc{};
-  if (ASN1_TIME_to_tm(time, &utc) != 1) {
-    return nullptr;
-  }
-  return talvo_time_newutctime(utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour,
-                               utc.tm_min, utc.tm_sec, 0);
+  return newTime(
+      which == 0 ? X509_get0_notBefore(cert->x509.get()) : X509_get0_notAfter(cert->x509.get()), 0);
 }
