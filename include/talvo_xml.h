@@ -23,16 +23,21 @@
  * alone.
  *
  * Algorithm numbers:
- *   canonicalisation  1 C14N 1.0, 2 with comments, 3 exclusive, 4 exclusive with comments, 5
- * minimal, 6 C14N 1.1, 7 C14N 1.1 with comments transform         the same without 5, and 16
- * Base64, 32 XPath filter, 48 enveloped signature digest            1 SHA-1, 2 MD5, 3 SHA-224, 4
- * SHA-256, 5 SHA-384, 6 SHA-512, 7 RIPEMD-160, 8 SM3 signature method  33-39 HMAC (SHA-1, MD5,
- * SHA-224, SHA-256, SHA-384, SHA-512, RIPEMD-160), 65 RSA-SHA1, 66 RSA-MD5, 67 RSA-SHA224, 68-70
- * RSA-SHA256/384/512, 71 RSA-RIPEMD160, 72 DSA-SHA1, 73-77 ECDSA with SHA-1, SHA-224, SHA-256,
- * SHA-384, SHA-512, 78-82 ESIGN with the same five, 83 SM2-SM3 -1                an identifier that
- * the library does not know Certificate options: 1 none, 2 the signer's own, 3 its path without the
- * root, 4 its path with the root. Dereferencing flags: 1 allows http and https, 2 verifies the
- * references of a Manifest that a same-document URI names.
+ *   canonicalisation  1 C14N 1.0, 2 with comments, 3 exclusive, 4 exclusive with comments,
+ *                     5 minimal, 6 C14N 1.1, 7 C14N 1.1 with comments
+ *   transform         the same without 5, and 16 Base64, 32 XPath filter, 48 enveloped signature
+ *   digest            1 SHA-1, 2 MD5, 3 SHA-224, 4 SHA-256, 5 SHA-384, 6 SHA-512, 7 RIPEMD-160,
+ *                     8 SM3
+ *   signature method  33-39 HMAC (SHA-1, MD5, SHA-224, SHA-256, SHA-384, SHA-512, RIPEMD-160),
+ *                     65 RSA-SHA1, 66 RSA-MD5, 67 RSA-SHA224, 68-70 RSA-SHA256/384/512,
+ *                     71 RSA-RIPEMD160, 72 DSA-SHA1,
+ *                     73-77 ECDSA with SHA-1, SHA-224, SHA-256, SHA-384, SHA-512,
+ *                     78-82 ESIGN with the same five, 83 SM2-SM3
+ *   -1                an identifier that the library does not know
+ *
+ * Certificate options: 1 none, 2 the signer's own, 3 its path without the root, 4 its path with the
+ * root. Dereferencing flags: 1 allows http and https, 2 verifies the references of a Manifest that
+ * a same-document URI names.
  */
 #ifndef TALVO_XML_H
 #define TALVO_XML_H
