@@ -128,26 +128,34 @@ Bundle failed(OpenReason reason) noexcept {
 }
 
 // Only the first key of a bundle counts. One that stays locked is kept as text, with the reason.
-bool addKey(Bundle *bundle, PemBlock block, const char *password) noexcept {
+OpenReason addKey(Bundle *bundle, PemBlock block, const char *password) noexcept {
   if (bundle->key || bundle->lockedKey) {
-    return true;
+    return OpenReason::none;
   }
-  Octets text = block.encrypted() ? textOfBlock(block) : Octets();
+  Octets text;  // made first, since decrypting happens in place
+  if (block.encrypted()) {
+    text = textOfBlock(block);
+    if (!text) {
+      return OpenReason::outOfMemory;
+    }
+  }
   OpenReason reason = OpenReason::none;
   bundle->key = readKeyBlock(&block, password, &reason);
   if (bundle->key) {
-    return true;
+    return OpenReason::none;
   }
   bundle->reason = reason;
   bundle->lockedKey = std::move(text);
-  return reason != OpenReason::unreadable && bundle->lockedKey;
+  return reason == OpenReason::unreadable ? reason : OpenReason::none;
 }
 
-bool addBlock(Bundle *bundle, PemBlock block, const char *password) noexcept {
+// Blocks that are neither key nor certificate (parameters, requests, CRLs) are passed over.
+OpenReason addBlock(Bundle *bundle, PemBlock block, const char *password) noexcept {
   if (isCertificate(block)) {
-    return push(bundle->certificates, certificateOf(block));
+    return push(bundle->certificates, certificateOf(block)) ? OpenReason::none
+                                                            : OpenReason::unreadable;
   }
-  return !isKey(block) || addKey(bundle, std::move(block), password);
+  return isKey(block) ? addKey(bundle, std::move(block), password) : OpenReason::none;
 }
 
 Bio memoryBio(Bytes bytes) noexcept {
@@ -166,8 +174,11 @@ Bundle openPem(Bytes bytes, const char *password) noexcept {
     if (next == PemNext::end) {
       return bundle;
     }
-    if (next == PemNext::malformed || !addBlock(&bundle, std::move(block), password)) {
-      return failed(OpenReason::unreadable);
+    const OpenReason reason = next == PemNext::malformed
+                                  ? OpenReason::unreadable
+                                  : addBlock(&bundle, std::move(block), password);
+    if (reason != OpenReason::none) {
+      return failed(reason);
     }
   }
   return failed(OpenReason::outOfMemory);
@@ -238,7 +249,7 @@ TalvoPKIKeyPair *TalvoPKICryptoOpenKeyPairEx(const void *bytes, size_t length, c
                                              int32_t *reason) noexcept {
   ErrorQueueScope errors;
   const Bytes source = bytesAt(bytes, length);
-  OpenReason why = OpenReason::unreadable;
+  OpenReason why = OpenReason::none;
   Key key;
   if (textOf(source).starts_with(kTokenScheme)) {
     key = openTokenKey(textOf(source), password, &why);
@@ -247,9 +258,13 @@ TalvoPKIKeyPair *TalvoPKICryptoOpenKeyPairEx(const void *bytes, size_t length, c
     key = std::move(bundle.key);
     why = bundle.reason == OpenReason::none ? OpenReason::noKey : bundle.reason;
   }
+  const bool found = bool(key);
   TalvoPKIKeyPair *keyPair = newKeyPair(std::move(key));
+  if (found) {
+    why = keyPair == nullptr ? OpenReason::outOfMemory : OpenReason::none;
+  }
   if (reason != nullptr) {
-    *reason = static_cast<int32_t>(keyPair == nullptr ? why : OpenReason::none);
+    *reason = static_cast<int32_t>(why);
   }
   return keyPair;
 }

@@ -53,7 +53,7 @@ struct Identity {
   std::string pem() const;
 };
 
-struct IdentityOptions {
+struct IdentityOptions {  // each with a value, so that a test names only what matters to it
   KeyKind kind = KeyKind::rsa;
   // "/C=DE/O=Example/CN=Name", most general part first.
   std::string subject = "/C=DE/O=Talvo Example/CN=Signer";
