@@ -32,7 +32,7 @@ constexpr MacAlgorithm kMacs[] = {
     {0x80000, kSha256}, {0xa0000, kSha384}, {0xc0000, kSha512},
 };
 
-constexpr SignatureAlgorithm kSignatures[] = {
+constexpr SigningAlgorithm kSignatures[] = {
     {1, KeyFamily::rsa, kMd5},    {2, KeyFamily::rsa, kSha1},   {4, KeyFamily::rsa, kSha256},
     {5, KeyFamily::rsa, kSha384}, {6, KeyFamily::rsa, kSha512}, {13, KeyFamily::dsa, kSha1},
     {16, KeyFamily::ec, kSha1},   {17, KeyFamily::ec, kSha224}, {18, KeyFamily::ec, kSha256},
@@ -89,7 +89,7 @@ const MacAlgorithm *macByNumber(int32_t number) noexcept {
   return rowOf(std::begin(kMacs), std::end(kMacs), number);
 }
 
-const SignatureAlgorithm *signatureByNumber(int32_t number) noexcept {
+const SigningAlgorithm *signingByNumber(int32_t number) noexcept {
   return rowOf(std::begin(kSignatures), std::end(kSignatures), number);
 }
 

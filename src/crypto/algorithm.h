@@ -26,7 +26,7 @@ struct MacAlgorithm {
   int32_t hash;
 };
 
-struct SignatureAlgorithm {
+struct SigningAlgorithm {
   int32_t number;
   KeyFamily family;
   int32_t hash;
@@ -36,7 +36,7 @@ struct SignatureAlgorithm {
 const HashAlgorithm *hashByNumber(int32_t number) noexcept;
 const HashAlgorithm *hashByNid(int nid) noexcept;
 const MacAlgorithm *macByNumber(int32_t number) noexcept;
-const SignatureAlgorithm *signatureByNumber(int32_t number) noexcept;
+const SigningAlgorithm *signingByNumber(int32_t number) noexcept;
 
 // The fetched implementations; null when no provider has the algorithm.
 const EVP_MD *digestOf(const HashAlgorithm *hash) noexcept;

@@ -23,7 +23,7 @@ bool setIdentifier(EVP_PKEY_CTX *context) noexcept {
 // `init` is EVP_DigestSignInit or EVP_DigestVerifyInit.
 template <class Init>
 EvpDigest start(const Key &key, int32_t algorithm, Init init) noexcept {
-  const SignatureAlgorithm *method = signatureByNumber(algorithm);
+  const SigningAlgorithm *method = signingByNumber(algorithm);
   if (method == nullptr || method->family != key.family) {
     return nullptr;
   }
