@@ -1,0 +1,188 @@
+// Making nodes: for callers, who get them registered, and for generators, who get them as OwnedNode.
+#include "base/utf8.h"
+#include "xml/edit.h"
+#include "xml/native.h"
+#include "xml/node.h"
+#include "xml/registry.h"
+#include "xml/tree.h"
+
+namespace talvo {
+namespace {
+
+constexpr std::string_view kXmlPrefix = "xml:";
+
+// Null or of the kind; where libxml2 would take anything.
+bool isOptional(const XmlNode *node, NodeKind kind) noexcept {
+  return node == nullptr || kindOf(node) == kind;
+}
+
+bool isUsable(const talvo_ustring *optional) noexcept {
+  return optional == nullptr || Utf8(optional);
+}
+
+const xmlChar *textOf(const talvo_ustring *string) noexcept {
+  return xmlText(Utf8(string).get());
+}
+
+// What libxml2 made, unless memory was exhausted on the way.
+OwnedNode whole(const MemoryWatch &watch, xmlNode *made) noexcept {
+  OwnedNode node(handleOf(made));
+  return watch.exhausted() ? nullptr : std::move(node);
+}
+
+XmlNode *registerDoc(NativeDoc doc) noexcept {
+  if (!doc || !track(handleOf(doc.get()), Tracking::registered, nullptr)) {
+    return nullptr;
+  }
+  return handleOf(doc.release());  // the caller owns it now
+}
+
+xmlAttr *newAttribute(xmlNode *element, xmlNs *ns, const xmlChar *name,
+                      const xmlChar *value) noexcept {
+  const MemoryWatch watch;
+  const AtHome home(element);
+  xmlAttr *attribute =
+      ns == nullptr ? xmlNewProp(element, name, value) : xmlNewNsProp(element, ns, name, value);
+  if (attribute != nullptr && watch.exhausted()) {
+    freeTree(asNode(attribute));
+    return nullptr;
+  }
+  return attribute;
+}
+
+// The attribute "xml:lang" and its kind, whose prefix needs no declaration.
+xmlAttr *newXmlAttribute(xmlNode *element, const xmlChar *name, const xmlChar *value) noexcept {
+  const MemoryWatch watch;
+  const AtHome home(element);
+  xmlNs *ns = xmlSearchNs(element->doc, element, xmlText("xml"));
+  return ns == nullptr ? nullptr : newAttribute(element, ns, name + kXmlPrefix.size(), value);
+}
+
+// Deliberate: of the attributes only the first is looked at, so that an element can get a second
+// attribute of one name.
+XmlNode *setExisting(const XmlNode *element, const talvo_ustring *name, const talvo_ustring *uri,
+                     const talvo_ustring *value, bool *found) noexcept {
+  XmlNode *existing = talvo_xml_node_findattribute(element, name, uri);
+  *found = existing != nullptr;
+  return *found && talvo_xml_node_setvalue(existing, value) == 1 ? existing : nullptr;
+}
+
+// A copy that no free function releases: kept until shut-down or until it is linked.
+XmlNode *keepDetached(xmlNode *copy) noexcept {
+  if (copy == nullptr) {
+    return nullptr;
+  }
+  if (!track(handleOf(copy), Tracking::detached, nullptr)) {
+    releaseTree(copy, nullptr);
+    return nullptr;
+  }
+  return handleOf(copy);
+}
+
+}  // namespace
+
+OwnedNode makeElement(const XmlNode *ns, const talvo_ustring *name) noexcept {
+  if (!Utf8(name) || !isOptional(ns, NodeKind::namespaceDeclaration)) {
+    return nullptr;
+  }
+  const MemoryWatch watch;
+  return whole(watch, xmlNewNode(nativeNs(ns), textOf(name)));
+}
+
+OwnedNode makeText(XmlDoc *doc, const talvo_ustring *text) noexcept {
+  if (!Utf8(text) || !isOptional(doc, NodeKind::document)) {
+    return nullptr;
+  }
+  const MemoryWatch watch;
+  return whole(watch, xmlNewDocText(nativeDoc(doc), textOf(text)));
+}
+
+bool addAttribute(XmlNode *element, const talvo_ustring *name,
+                  const talvo_ustring *value) noexcept {
+  return kindOf(element) == NodeKind::element && Utf8(name) && Utf8(value) &&
+         newAttribute(native(element), nullptr, textOf(name), textOf(value)) != nullptr;
+}
+
+}  // namespace talvo
+
+using namespace talvo;
+
+XmlDoc *talvo_xml_doc_new(uint32_t version) noexcept {
+  if (version > 1) {
+    return nullptr;
+  }
+  return registerDoc(NativeDoc(xmlNewDoc(xmlText(version == 0 ? "1.0" : "1.1"))));
+}
+
+XmlNode *talvo_xml_node_newelem(const XmlNode *ns, const talvo_ustring *name) noexcept {
+  return handOut(makeElement(ns, name));
+}
+
+XmlNode *talvo_xml_node_newtext(XmlDoc *doc, const talvo_ustring *text) noexcept {
+  return handOut(makeText(doc, text));
+}
+
+XmlNode *talvo_xml_node_newcomment(XmlDoc *doc, const talvo_ustring *text) noexcept {
+  if (!Utf8(text) || !isOptional(doc, NodeKind::document)) {
+    return nullptr;
+  }
+  const MemoryWatch watch;
+  return handOut(whole(watch, doc == nullptr ? xmlNewComment(textOf(text))
+                                             : xmlNewDocComment(nativeDoc(doc), textOf(text))));
+}
+
+XmlNode *talvo_xml_node_newpi(XmlDoc *doc, const talvo_ustring *name,
+                              const talvo_ustring *content) noexcept {
+  if (!Utf8(name) || !isUsable(content) || !isOptional(doc, NodeKind::document)) {
+    return nullptr;
+  }
+  const MemoryWatch watch;
+  return handOut(whole(watch, xmlNewDocPI(nativeDoc(doc), textOf(name), textOf(content))));
+}
+
+XmlNode *talvo_xml_node_newns(XmlNode *element, const talvo_ustring *uri,
+                              const talvo_ustring *prefix) noexcept {
+  if (kindOf(element) != NodeKind::element || !isUsable(uri) || !isUsable(prefix)) {
+    return nullptr;
+  }
+  return handleOf(xmlNewNs(native(element), textOf(uri), textOf(prefix)));
+}
+
+XmlNode *talvo_xml_node_newattr(XmlNode *element, const XmlNode *ns, const talvo_ustring *name,
+                                const talvo_ustring *value) noexcept {
+  const UString uri(talvo_xml_node_getnsuri(ns));
+  if (ns != nullptr && !uri) {
+    return nullptr;
+  }
+  bool found = false;
+  XmlNode *existing = setExisting(element, name, uri.get(), value, &found);
+  if (found) {
+    return existing;
+  }
+  if (kindOf(element) != NodeKind::element || !isOptional(ns, NodeKind::namespaceDeclaration) ||
+      !Utf8(name) || !Utf8(value)) {
+    return nullptr;
+  }
+  if (ns == nullptr && viewOf(name).size() > kXmlPrefix.size() &&
+      viewOf(name).starts_with(kXmlPrefix)) {
+    return handleOf(newXmlAttribute(native(element), textOf(name), textOf(value)));
+  }
+  return handleOf(newAttribute(native(element), nativeNs(ns), textOf(name), textOf(value)));
+}
+
+XmlNode *talvo_xml_node_dup(const XmlNode *node) noexcept {
+  const MemoryWatch watch;
+  switch (kindOf(node)) {
+    case NodeKind::unsupported:
+      return nullptr;
+    case NodeKind::document: {
+      NativeDoc copy(xmlCopyDoc(nativeDoc(node), 1));
+      return watch.exhausted() ? nullptr : registerDoc(std::move(copy));
+    }
+    case NodeKind::attribute:
+    case NodeKind::namespaceDeclaration:
+      return keepDetached(xmlCopyNode(native(node), 1));
+    default:
+      return handOut(whole(watch, xmlCopyNode(native(node), 1)));
+  }
+}

@@ -1,0 +1,137 @@
+// Linking goes in three steps over the whole run: make room in the registry and prepare every node,
+// which may fail; then move them, which may not.
+#include "xml/link.h"
+
+#include "xml/node.h"
+#include "xml/registry.h"
+
+namespace talvo {
+namespace {
+
+bool isParent(const xmlNode *node) noexcept {
+  return node->type == XML_ELEMENT_NODE || node->type == XML_DOCUMENT_NODE;
+}
+
+xmlNode *followerIn(const xmlNode *node, Extent extent) noexcept {
+  return extent == Extent::run ? node->next : nullptr;
+}
+
+bool sameName(const xmlAttr *first, const xmlAttr *second) noexcept {
+  const xmlChar *firstUri = first->ns == nullptr ? nullptr : first->ns->href;
+  const xmlChar *secondUri = second->ns == nullptr ? nullptr : second->ns->href;
+  return xmlStrEqual(first->name, second->name) && xmlStrEqual(firstUri, secondUri);
+}
+
+void freeNamesakes(xmlAttr *attribute) noexcept {
+  xmlAttr *next = nullptr;
+  for (xmlAttr *other = attribute->parent->properties; other != nullptr; other = next) {
+    next = other->next;
+    if (other != attribute && sameName(other, attribute)) {
+      freeTree(asNode(other));
+    }
+  }
+}
+
+// How the nodes of a run without parent are tracked; false for a run that an OwnedNode holds.
+bool runIsTracked(const Place &place) noexcept {
+  return place.parent() == nullptr && isTracked(handleOf(place.ref));
+}
+
+bool prepare(const Place &place, xmlNode *first, Extent extent) noexcept {
+  int32_t count = 0;
+  for (xmlNode *node = first; node != nullptr; node = followerIn(node, extent)) {
+    if (!prepareMove(node, place.doc(), place.parent())) {
+      return false;
+    }
+    ++count;
+  }
+  return !runIsTracked(place) || reserveTracking(count);
+}
+
+void move(const Place &place, xmlNode *node, xmlDoc *doc, bool tracked) noexcept {
+  const xmlNode *before = node->parent;
+  finishMove(node, doc);
+  cut(node);
+  if (tracked) {
+    const bool registered = isRegistered(handleOf(node));
+    track(handleOf(node), registered ? Tracking::registered : Tracking::detached, handleOf(doc));
+  } else {
+    untrack(handleOf(node));
+  }
+  splice(node, place);
+  if (node->type == XML_ATTRIBUTE_NODE && node->parent != nullptr && node->parent != before) {
+    freeNamesakes(asAttr(node));
+  }
+}
+
+}  // namespace
+
+bool isLinkable(const xmlNode *node) noexcept {
+  switch (kindOf(handleOf(const_cast<xmlNode *>(node)))) {
+    case NodeKind::document:
+    case NodeKind::namespaceDeclaration:
+      return false;
+    case NodeKind::unsupported:
+      return node != nullptr && node->type == XML_ENTITY_REF_NODE;
+    default:
+      return true;
+  }
+}
+
+bool fits(const Place &place, const xmlNode *node) noexcept {
+  const xmlNode *ref = place.ref;
+  if (ref == nullptr || !isLinkable(node)) {
+    return false;
+  }
+  const bool isAttribute = node->type == XML_ATTRIBUTE_NODE;
+  if (place.where == Where::lastChild) {
+    return isParent(ref) && !isAttribute;
+  }
+  if (ref->type == XML_DOCUMENT_NODE || ref->type == XML_NAMESPACE_DECL ||
+      isAttribute != (ref->type == XML_ATTRIBUTE_NODE)) {
+    return false;
+  }
+  return ref->parent == nullptr || isParent(ref->parent);
+}
+
+bool liesWithin(const Place &place, const xmlNode *node) noexcept {
+  const xmlNode *at = place.ref;
+  while (at != nullptr && at != node) {
+    at = at->parent;
+  }
+  return at != nullptr;
+}
+
+bool liesWithinRun(const Place &place, const xmlNode *first) noexcept {
+  // Of the nodes above the place only the one beside `first` can be in its run.
+  const xmlNode *at = place.ref;
+  while (at != nullptr && at->parent != first->parent) {
+    at = at->parent;
+  }
+  if (at == nullptr) {
+    return false;
+  }
+  const xmlNode *node = first;
+  while (node != nullptr && node != at) {
+    node = node->next;
+  }
+  return node != nullptr;
+}
+
+xmlNode *linkNodes(const Place &place, xmlNode *first, Extent extent) noexcept {
+  if (!prepare(place, first, extent)) {
+    return nullptr;
+  }
+  xmlDoc *doc = place.doc();
+  const bool tracked = runIsTracked(place);
+  Place next = place;
+  for (xmlNode *node = first; node != nullptr;) {
+    xmlNode *follower = followerIn(node, extent);
+    move(next, node, doc, tracked);
+    next = {Where::after, node};
+    node = follower;
+  }
+  return next.ref;
+}
+
+}  // namespace talvo

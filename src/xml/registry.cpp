@@ -1,0 +1,254 @@
+// The registry's operations, each under the lock. Shut-down works in two passes, since freeing a node
+// reads its document.
+#include "xml/registry.h"
+
+#include "xml/node.h"
+#include "xml/tree.h"
+
+using namespace talvo;
+
+NodeList *g_nodeList = nullptr;
+
+namespace talvo {
+namespace {
+
+constexpr char kSource[] = "TALVO_XML";
+
+// Documents count the entries that point at them, so that freeing one looks for them only when there
+// are any.
+void setOrigin(TrackedNode *entry, XmlDoc *origin) noexcept {
+  NodeTable &table = g_nodeList->table;
+  if (TrackedNode *before = table.find(entry->origin); before != nullptr) {
+    --before->dependents;
+  }
+  entry->origin = origin;
+  if (TrackedNode *now = table.find(origin); now != nullptr) {
+    ++now->dependents;
+  }
+}
+
+void setTracking(TrackedNode *entry, Tracking tracking) noexcept {
+  g_nodeList->rehomed += static_cast<int32_t>(tracking == Tracking::rehomed) -
+                         static_cast<int32_t>(entry->tracking == Tracking::rehomed);
+  entry->tracking = tracking;
+}
+
+void removeEntry(TrackedNode *entry) noexcept {
+  setOrigin(entry, nullptr);
+  setTracking(entry, Tracking::detached);
+  g_nodeList->table.remove(entry);
+}
+
+bool isDocument(const TrackedNode &entry) noexcept {
+  return kindOf(entry.node) == NodeKind::document;
+}
+
+void freeEntries() noexcept {
+  for (TrackedNode &entry : g_nodeList->table.places()) {
+    if (entry.node != nullptr && entry.tracking == Tracking::rehomed) {
+      severForRelease(native(entry.node), nativeDoc(entry.origin));
+      entry.node = nullptr;
+    }
+  }
+  for (TrackedNode &entry : g_nodeList->table.places()) {
+    if (entry.node != nullptr && !isDocument(entry)) {
+      releaseTree(native(entry.node), nativeDoc(entry.origin));
+      entry.node = nullptr;
+    }
+  }
+  for (TrackedNode &entry : g_nodeList->table.places()) {
+    if (entry.node != nullptr) {
+      xmlFreeDoc(nativeDoc(entry.node));
+    }
+  }
+}
+
+// The document that an entry points at once it has let go of its origin.
+xmlDoc *futureHome(const TrackedNode &entry) noexcept {
+  return entry.tracking == Tracking::rehomed ? homeOf(native(entry.node)->parent) : nullptr;
+}
+
+bool prepareToForget(const TrackedNode &entry) noexcept {
+  return entry.tracking == Tracking::rehomed ? copyStrings(native(entry.node), futureHome(entry))
+                                             : prepareMove(native(entry.node), nullptr, nullptr);
+}
+
+void settle(TrackedNode *entry) noexcept {
+  if (entry->tracking == Tracking::rehomed) {
+    removeEntry(entry);
+  } else {
+    setOrigin(entry, nullptr);
+  }
+}
+
+// A sibling on the way of DeleteSibling.
+void unregisterSibling(const XmlNode *node) noexcept {
+  TrackedNode *entry = g_nodeList->table.find(node);
+  if (entry != nullptr && entry->tracking == Tracking::registered) {
+    setTracking(entry, Tracking::detached);
+  }
+}
+
+}  // namespace
+
+RegistryLock::RegistryLock() noexcept : held_(LockNodeList() == 1) {}
+
+RegistryLock::~RegistryLock() {
+  if (held_) {
+    UnlockNodeList();
+  }
+}
+
+bool createRegistry() noexcept {
+  Owned<NodeList> list = make<NodeList>(kSource);
+  if (!list) {
+    return false;
+  }
+  list->lock.reset(talvo_lock_new());
+  if (!list->lock || !list->table.reserve()) {
+    return false;
+  }
+  g_nodeList = list.release();
+  return true;
+}
+
+void destroyRegistry() noexcept {
+  if (g_nodeList != nullptr) {
+    freeEntries();
+    destroy(g_nodeList);
+    g_nodeList = nullptr;
+  }
+}
+
+bool isRegistered(const XmlNode *node) noexcept {
+  const RegistryLock lock;
+  const TrackedNode *entry = lock ? g_nodeList->table.find(node) : nullptr;
+  return entry != nullptr && entry->tracking == Tracking::registered;
+}
+
+bool isTracked(const XmlNode *node) noexcept {
+  const RegistryLock lock;
+  return lock && g_nodeList->table.find(node) != nullptr;
+}
+
+XmlDoc *originOf(const XmlNode *node) noexcept {
+  const RegistryLock lock;
+  const TrackedNode *entry = lock ? g_nodeList->table.find(node) : nullptr;
+  return entry == nullptr ? nullptr : entry->origin;
+}
+
+bool reserveTracking(int32_t count) noexcept {
+  const RegistryLock lock;
+  return lock && g_nodeList->table.reserve(count);
+}
+
+bool track(XmlNode *node, Tracking tracking, XmlDoc *origin) noexcept {
+  const RegistryLock lock;
+  if (!lock || node == nullptr) {
+    return false;
+  }
+  TrackedNode *entry = g_nodeList->table.find(node);
+  if (entry == nullptr) {
+    if (!g_nodeList->table.reserve()) {
+      return false;
+    }
+    entry = g_nodeList->table.add(node, Tracking::detached);
+  }
+  setTracking(entry, tracking);
+  setOrigin(entry, origin);
+  return true;
+}
+
+bool untrack(const XmlNode *node) noexcept {
+  const RegistryLock lock;
+  TrackedNode *entry = lock ? g_nodeList->table.find(node) : nullptr;
+  if (entry == nullptr) {
+    return false;
+  }
+  removeEntry(entry);
+  return true;
+}
+
+bool releaseDependents(XmlDoc *doc) noexcept {
+  const RegistryLock lock;
+  const TrackedNode *self = lock ? g_nodeList->table.find(doc) : nullptr;
+  if (self == nullptr || self->dependents == 0) {
+    return self != nullptr;
+  }
+  for (const TrackedNode &entry : g_nodeList->table.places()) {
+    if (entry.node != nullptr && entry.origin == doc && !prepareToForget(entry)) {
+      return false;
+    }
+  }
+  // The IDs of `doc` go with it; without its table they need not be looked for in it.
+  xmlFreeIDTable(static_cast<xmlIDTable *>(nativeDoc(doc)->ids));
+  nativeDoc(doc)->ids = nullptr;
+  for (TrackedNode &entry : g_nodeList->table.places()) {
+    if (entry.node != nullptr && entry.origin == doc) {
+      finishMove(native(entry.node), futureHome(entry));
+      settle(&entry);
+    }
+  }
+  return true;
+}
+
+bool anyRehomed() noexcept {
+  const RegistryLock lock;
+  return lock && g_nodeList->rehomed > 0;
+}
+
+}  // namespace talvo
+
+int32_t LockNodeList() noexcept {
+  return g_nodeList == nullptr ? 0 : talvo_lock_lock(g_nodeList->lock.get());
+}
+
+int32_t UnlockNodeList() noexcept {
+  return g_nodeList == nullptr ? 0 : talvo_lock_unlock(g_nodeList->lock.get());
+}
+
+int32_t AddNodeInNodeList(XmlNode *node) noexcept {
+  const RegistryLock lock;
+  if (!lock || node == nullptr || !g_nodeList->table.reserve()) {
+    return 0;
+  }
+  if (TrackedNode *entry = g_nodeList->table.find(node); entry != nullptr) {
+    setTracking(entry, Tracking::registered);
+    return 1;
+  }
+  XmlDoc *doc = kindOf(node) == NodeKind::document ? nullptr : talvo_xml_node_getdoc(node);
+  return track(node, Tracking::registered, doc) ? 1 : 0;
+}
+
+int32_t DeleteNodeInNodeList(XmlNode *node) noexcept {
+  const RegistryLock lock;
+  if (!lock) {
+    return 0;
+  }
+  untrack(node);
+  return 1;
+}
+
+int32_t DeleteSibling(XmlNode *node) noexcept {
+  const RegistryLock lock;
+  if (!lock) {
+    return 0;
+  }
+  const TrackedNode *entry = g_nodeList->table.find(node);
+  if (entry == nullptr || entry->tracking != Tracking::registered) {
+    return 1;
+  }
+  unregisterSibling(node);
+  // Below a parent no sibling is registered, so a long list of children need not be walked.
+  if (talvo_xml_node_getparent(node) != nullptr) {
+    untrack(node);
+    return 1;
+  }
+  for (XmlNode *at = node; (at = talvo_xml_node_getprevsibling(at)) != nullptr;) {
+    unregisterSibling(at);
+  }
+  for (XmlNode *at = node; (at = talvo_xml_node_getnextsibling(at)) != nullptr;) {
+    unregisterSibling(at);
+  }
+  return 1;
+}
