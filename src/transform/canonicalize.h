@@ -2,6 +2,8 @@
 // they arise. Whoever digests or signs them never holds them all.
 #pragma once
 
+#include <string>
+
 #include "talvo_xml.h"
 
 #include "base/bytes.h"
@@ -18,6 +20,17 @@ class OctetSink {
 
  protected:
   ~OctetSink() = default;
+};
+
+// Collects octets.
+class OctetCollector final : public OctetSink {
+ public:
+  bool write(Bytes octets) noexcept override;
+  // A new blob of what was written; null when memory is exhausted.
+  Blob take() const noexcept { return Blob(talvo_data_blob_new(octets_.data(), octets_.size())); }
+
+ private:
+  std::string octets_;
 };
 
 constexpr int32_t kDefaultC14n = 1;  // where a node set must become octets and nobody said how
@@ -41,8 +54,10 @@ class FitnessScope {
   FitnessScope(const FitnessScope &) = delete;
   FitnessScope &operator=(const FitnessScope &) = delete;
 
+  // Whether libxml2 would canonicalise the document, or a part of it, at an acceptable cost.
+  static bool isFit(const XmlDoc *document, bool isInclusive) noexcept;
+
  private:
-  friend class FitnessMemory;
   const XmlDoc *fitDocument_ = nullptr;
   bool isOutermost_ = false;
 };

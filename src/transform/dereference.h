@@ -14,6 +14,15 @@ namespace talvo {
 constexpr uint32_t kAllowNetwork = 1;
 constexpr uint32_t kVerifyManifests = 2;
 
+// Against what relative references of an element are resolved: the base that its document gives it
+// when that is absolute, else the base path (3 when it is no text without NUL), else the current
+// directory (2 when it cannot be read).
+bool findBase(const XmlDoc *document, const XmlNode *element, const talvo_ustring *basePath,
+              TextBuffer *base, bool *isOfDocument, uint32_t *error) noexcept;
+// The file that a relative reference names below a "file://" URL or an absolute path; null for any
+// other base, and where the two cannot be joined.
+TextBuffer filePathFrom(const char *base, const char *uri) noexcept;
+
 }  // namespace talvo
 
 extern "C" {

@@ -46,6 +46,9 @@ bool digestReferenceData(TransformInput data, const talvo_arraylist *transforms,
                          Digest *digest, uint32_t *error) noexcept;
 bool digestContextData(TransformInput data, const talvo_arraylist *transforms, int32_t digestId,
                        Digest *digest, uint32_t *error) noexcept;
+// The same, compared with the digest that is expected: 2 when it differs or the hash fails.
+bool verifyReferenceData(TransformInput data, const talvo_arraylist *transforms, int32_t digestId,
+                         Bytes expected, uint32_t *error) noexcept;
 
 // Constant time for equal lengths.
 bool equalOctets(Bytes first, Bytes second) noexcept;
@@ -67,7 +70,8 @@ int32_t calcdigestvalue(int32_t digestId, TransformData *data, talvo_ustring **t
 // 1 when the digest is the expected one; 0 with 2 when not; -1 with 12, or 2 when the hash fails.
 int32_t verifyhash(int32_t digestId, const void *bytes, size_t length, const void *expected,
                    size_t expectedLength, uint32_t *error) noexcept;
-// Consumes the data; as verifyhash, and 0 with 13 when it cannot be canonicalised.
+// Consumes the data: 1 when its digest is the expected one; 0 with 2 when not or when the hash
+// fails, 12, or 13 when it cannot be canonicalised.
 int32_t verifyoutputhash(int32_t digestId, TransformData *data, const void *expected,
                          size_t expectedLength, uint32_t *error) noexcept;
 // A digest by a number of the cryptographic library, released with TalvoPKICryptoFreeMemory.

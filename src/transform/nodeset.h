@@ -3,9 +3,8 @@
 // belongs. A rule points at the one before it and holds a reference on it; the last one stands for
 // the chain.
 //
-// Canonicalisation asks in document order, so every rule remembers where it stood: between
-// `beginRun` and `endRun` an answer costs amortised constant time. Outside, nothing is remembered,
-// since the tree may change between two questions.
+// Canonicalisation asks in document order, so within an OrderedRun every rule remembers where it
+// stood. Outside of one nothing is remembered, since the tree may change between two questions.
 #pragma once
 
 #include "talvo_xml.h"
@@ -14,7 +13,67 @@
 #include "base/memory.h"
 #include "base/refcount.h"
 
-struct NodeSet;
+namespace talvo {
+
+// Finds out whether elements lie in a subtree. Asked in document order it only climbs as far as the
+// previous question lies deeper, which amortises to constant time; any other order costs a walk to
+// the root.
+class SubtreeTracker {
+ public:
+  // The subtree of one node, or, for null, those of all ds:Signature elements.
+  explicit SubtreeTracker(const XmlNode *top = nullptr) noexcept : top_(top) {}
+
+  // Whether the element is at or below the top; anything but an element is not.
+  bool covers(const XmlNode *element) noexcept;
+  // To be called before the tree may change.
+  void forget() noexcept { last_ = nullptr; }
+
+ private:
+  bool isTop(const XmlNode *element) const noexcept;
+  // Answers from the last question where the element is its child or lies on its path to the root.
+  bool isReached(const XmlNode *element) noexcept;
+  void startAnew(const XmlNode *element) noexcept;
+
+  const XmlNode *top_;
+  const XmlNode *last_ = nullptr;
+  const XmlNode *outermost_ = nullptr;  // the outermost top at or above `last_`
+};
+
+// Whether an element is a Signature as XPath tests names: its own namespace counts, not a default
+// one that is only in scope.
+bool hasSignatureName(const XmlNode *element) noexcept;
+
+class XPathFilter;
+void freeXPathFilter(XPathFilter *filter) noexcept;
+using OwnedXPathFilter = Handle<XPathFilter, freeXPathFilter>;
+
+enum class SetKind : uint32_t {
+  nodeList = 1,  // the listed node alone
+  subtreeWithComments = 2,
+  subtree = 3,
+  exclusion = 4,
+  xpathFilter = 5,
+};
+
+}  // namespace talvo
+
+// Internal to nodeset.cpp and nodeset_xpath.cpp.
+struct NodeSet {
+  talvo::SetKind kind = talvo::SetKind::nodeList;
+  XmlDoc *document = nullptr;
+  bool ownsDocument = false;
+  XmlNode *node = nullptr;          // the listed node; null selects everything
+  XmlNode *xpathElement = nullptr;  // what here() answers
+  talvo::UString expression;
+  talvo::SubtreeTracker tracker;
+  talvo::OwnedXPathFilter filter;  // made at the first question
+  bool hasFailed = false;          // it could not be made
+  uint32_t refCount = 1;
+  NodeSet *next = nullptr;
+  NodeSet *previous = nullptr;  // holds a reference
+
+  ~NodeSet();
+};
 
 extern "C" {
 
@@ -52,6 +111,11 @@ int32_t talvo_xml_nodeset_contains_onenodest_xpath_noNs(NodeSet *rule, XmlNode *
 
 namespace talvo {
 
+// Whether the filter keeps the node; prepares the filter at the first question.
+bool passesFilter(NodeSet &rule, XmlNode *node) noexcept;
+// To be called before the tree may change.
+void forget(XPathFilter *filter) noexcept;
+
 using OwnedNodeSet = Handle<NodeSet, talvo_xml_nodeset_free>;
 
 XmlDoc *documentOf(const NodeSet *nodes) noexcept;
@@ -74,11 +138,10 @@ class OrderedRun {
   OrderedRun &operator=(const OrderedRun &) = delete;
 
   bool contains(XmlNode *node, XmlNode *parent) const noexcept;
+  // Whether an answer was wrong because memory was exhausted.
+  bool hasFailed() const noexcept;
 
  private:
-  void forget() noexcept;
-
-  NodeSet *tail_;
   NodeSet *head_;
 };
 

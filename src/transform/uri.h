@@ -39,7 +39,7 @@ int32_t isOctstreamUri(const talvo_ustring *uri) noexcept;
 // getpathitems splits a path at "/" and "\" into items that borrow from it. An absolute path begins
 // with "/", which is its first item, and may end in a separator; a relative one may neither begin
 // nor end in one. 0 for an empty item. It may throw when memory is exhausted.
-int32_t getpathitems(std::string_view path, bool isAbsolutePath, talvo::PathItems *items);
+int32_t getpathitems(std::string_view path, bool absolute, talvo::PathItems *items);
 
 // buildfilepath appends a relative reference to an absolute path, which is taken as a folder, folds
 // "." and "..", decodes the escapes and hands out the new path. ".." never climbs above the root.

@@ -1,0 +1,231 @@
+// XPath filters. An expression is compiled once for its rule and evaluated in one context, which is
+// put back into the state of a new one before each node.
+//
+// The two expressions that real signatures use to leave out signatures are recognised and answered
+// by looking at ancestors, with the results that XPath would give for every kind of node.
+#include <algorithm>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include <libxml/xpath.h>
+#include <libxml/xpathInternals.h>
+
+#include "base/boundary.h"
+#include "base/utf8.h"
+#include "signature/vocabulary/vocabulary.h"
+#include "transform/nodeset.h"
+#include "xml/native.h"
+
+extern "C" {
+
+// The XPath function here().
+static void XPathHereFunction(xmlXPathParserContext *parser, int) noexcept {
+  if (parser->context->here != nullptr) {
+    valuePush(parser, xmlXPathNewNodeSet(parser->context->here));
+  }
+}
+}
+
+namespace talvo {
+namespace {
+
+constexpr const char *kSource = "nodeset";
+constexpr std::string_view kBlanks = " \t\r\n";
+
+// Stands for a qualified name that names ds:Signature.
+constexpr std::string_view kSignature;
+
+// not(ancestor-or-self::ds:Signature)
+constexpr std::string_view kNoSignature[] = {"not", "(", "ancestor-or-self", "::", kSignature, ")"};
+
+// count(ancestor-or-self::ds:Signature | here()/ancestor::ds:Signature[1]) >
+// count(ancestor-or-self::ds:Signature)
+constexpr std::string_view kNotThisSignature[] = {"count",    "(",        "ancestor-or-self",
+                                                  "::",       kSignature, "|",
+                                                  "here",     "(",        ")",
+                                                  "/",        "ancestor", "::",
+                                                  kSignature, "[",        "1",
+                                                  "]",        ")",        ">",
+                                                  "count",    "(",        "ancestor-or-self",
+                                                  "::",       kSignature, ")"};
+
+bool isSignatureNamespace(const xmlChar *uri) noexcept {
+  return viewOf(uri) == viewOf(g_xml_signature_nsuri);
+}
+
+void skipBlanks(std::string_view *text) noexcept {
+  text->remove_prefix(std::min(text->find_first_not_of(kBlanks), text->size()));
+}
+
+bool takeText(std::string_view *text, std::string_view expected) noexcept {
+  const bool isThere = text->starts_with(expected);
+  text->remove_prefix(isThere ? expected.size() : 0);
+  return isThere;
+}
+
+// Takes "P:Signature" where P is bound to the namespace of XML signatures.
+bool takeSignatureName(std::string_view *text, xmlXPathContext *context) {
+  const std::string prefix(text->substr(0, text->find(':')));
+  text->remove_prefix(prefix.size());
+  return takeText(text, ":") && takeText(text, viewOf(g_xml_signature_name)) &&
+         isSignatureNamespace(xmlXPathNsLookup(context, xmlText(prefix.c_str())));
+}
+
+// Whether the expression consists of the tokens, with white space anywhere between them.
+bool consistsOf(std::string_view text, std::span<const std::string_view> tokens,
+                xmlXPathContext *context) {
+  for (std::string_view token : tokens) {
+    skipBlanks(&text);
+    const bool isThere = token.empty() ? takeSignatureName(&text, context) : takeText(&text, token);
+    if (!isThere) {
+      return false;
+    }
+  }
+  skipBlanks(&text);
+  return text.empty();
+}
+
+// Binds the prefixes in scope at the XPath element. The nearest declaration wins, and a default
+// namespace does not count. Binding fails only when memory is exhausted.
+bool registerPrefixes(xmlXPathContext *context, const xmlNode *element) {
+  for (const xmlNode *node = element; node != nullptr && node->type == XML_ELEMENT_NODE;
+       node = node->parent) {
+    for (const xmlNs *ns = node->nsDef; ns != nullptr; ns = ns->next) {
+      const bool isNamed = ns->prefix != nullptr && *ns->prefix != 0;
+      if (isNamed && xmlXPathNsLookup(context, ns->prefix) == nullptr &&
+          xmlXPathRegisterNs(context, ns->prefix, ns->href) != 0) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+xmlNode *enclosingSignature(const xmlNode *element) noexcept {
+  xmlNode *node = element->parent;
+  while (node != nullptr && !hasSignatureName(handleOf(node))) {
+    node = node->parent;
+  }
+  return node;
+}
+
+// The element that a node is or belongs to.
+xmlNode *elementOf(xmlNode *node) noexcept {
+  switch (node->type) {
+    case XML_ELEMENT_NODE:
+      return node;
+    case XML_NAMESPACE_DECL:  // see passesFilterAt
+      return reinterpret_cast<xmlNode *>(reinterpret_cast<xmlNs *>(node)->next);
+    default:
+      return node->parent;
+  }
+}
+
+}  // namespace
+
+class XPathFilter {
+ public:
+  void prepare(const NodeSet &rule) noexcept;
+  bool passes(xmlNode *node) noexcept;
+  void forget() noexcept { tracker_.forget(); }
+  // Whether memory was exhausted, so that an answer may have been wrong.
+  bool hasFailed() const noexcept { return hasFailed_; }
+
+ private:
+  enum class Way { passNone, signatures, expression };
+
+  bool findWay(const NodeSet &rule);
+  bool evaluate(xmlNode *node) noexcept;
+
+  Way way_ = Way::passNone;
+  SubtreeTracker tracker_;
+  xmlDoc *document_ = nullptr;
+  XPathContext context_;
+  XPathExpression expression_;
+  bool hasFailed_ = false;
+};
+
+void XPathFilter::prepare(const NodeSet &rule) noexcept {
+  document_ = nativeDoc(rule.document);
+  context_.reset(xmlXPathNewContext(nullptr));
+  hasFailed_ = context_ == nullptr || !guard([&] { return findWay(rule); });
+}
+
+bool XPathFilter::findWay(const NodeSet &rule) {
+  xmlNode *element = native(rule.xpathElement);
+  xmlXPathContext *context = context_.get();
+  const std::string_view text = viewOf(rule.expression.get());
+  const bool isAtHome = element->doc == document_;
+  if (isAtHome) {
+    // Elsewhere here() stays unknown, so that an expression with it selects nothing.
+    xmlXPathRegisterFunc(context, xmlText("here"), XPathHereFunction);
+    context->here = element;
+  }
+  if (!registerPrefixes(context, element)) {
+    return false;
+  }
+  if (consistsOf(text, kNoSignature, context)) {
+    way_ = Way::signatures;
+    return true;
+  }
+  if (isAtHome && consistsOf(text, kNotThisSignature, context)) {
+    xmlNode *signature = enclosingSignature(element);
+    tracker_ = SubtreeTracker(handleOf(signature));
+    way_ = signature == nullptr ? Way::passNone : Way::signatures;
+    return true;
+  }
+  // Deliberate: an expression that does not compile selects nothing and is no error.
+  expression_.reset(xmlXPathCtxtCompile(context, xmlText(text.data())));
+  way_ = expression_ == nullptr ? Way::passNone : Way::expression;
+  return context->lastError.code != XML_ERR_NO_MEMORY;
+}
+
+bool XPathFilter::passes(xmlNode *node) noexcept {
+  switch (way_) {
+    case Way::signatures:
+      return !tracker_.covers(handleOf(elementOf(node)));
+    case Way::expression:
+      return evaluate(node);
+    default:
+      return false;
+  }
+}
+
+bool XPathFilter::evaluate(xmlNode *node) noexcept {
+  // What a new context holds; an evaluation that ends in an error leaves other values behind.
+  context_->contextSize = -1;
+  context_->proximityPosition = -1;
+  context_->depth = 0;
+  context_->doc = document_;
+  context_->node = node;
+  const XPathObject result(xmlXPathCompiledEval(expression_.get(), context_.get()));
+  hasFailed_ = hasFailed_ || context_->lastError.code == XML_ERR_NO_MEMORY;
+  return result != nullptr && xmlXPathCastToBoolean(result.get()) != 0;
+}
+
+void freeXPathFilter(XPathFilter *filter) noexcept {
+  destroy(filter);
+}
+
+void forget(XPathFilter *filter) noexcept {
+  if (filter != nullptr) {
+    filter->forget();
+  }
+}
+
+bool passesFilter(NodeSet &rule, XmlNode *node) noexcept {
+  if (rule.filter == nullptr) {
+    rule.filter.reset(make<XPathFilter>(kSource).release());
+    if (rule.filter == nullptr) {
+      rule.hasFailed = true;
+      return false;
+    }
+    rule.filter->prepare(rule);
+  }
+  const bool isKept = node != nullptr && rule.filter->passes(native(node));
+  rule.hasFailed = rule.filter->hasFailed();
+  return isKept;
+}
+
+}  // namespace talvo

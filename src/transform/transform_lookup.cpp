@@ -1,0 +1,140 @@
+// From a Transform element, or the context of one that is to be signed, to the function that runs
+// it and the parameter it takes.
+#include <algorithm>
+#include <array>
+
+#include "base/boundary.h"
+#include "base/memory.h"
+#include "signature/decode/transform_params.h"
+#include "signature/vocabulary/algorithm.h"
+#include "signature/vocabulary/error.h"
+#include "signature/vocabulary/vocabulary.h"
+#include "transform/prefix_list.h"
+#include "transform/transform.h"
+#include "xml/node.h"
+
+namespace talvo {
+namespace {
+
+constexpr const char *kSource = "transform";
+
+struct Row {
+  int32_t number;
+  TransformFunc function;
+  bool isCanonicalization;
+};
+
+constexpr std::array<Row, 9> kRows = {{
+    {1, talvo_xml_siganture_c14n, true},
+    {2, talvo_xml_siganture_c14n_with_comments, true},
+    {3, talvo_xml_siganture_exc_c14n, true},
+    {4, talvo_xml_siganture_exc_c14n_with_comments, true},
+    {6, talvo_xml_siganture_c14nv1_1, true},
+    {7, talvo_xml_siganture_c14nv1_1_with_comments, true},
+    {kTransformBase64, talvo_xml_siganture_base64decode_transform, false},
+    {kTransformXPath, talvo_xml_siganture_xpath_filtering_transform, false},
+    {kTransformEnveloped, talvo_xml_siganture_enveloped_signature_transform, false},
+}};
+
+TransformFunc functionOf(int32_t number) noexcept {
+  const auto *row = std::find_if(kRows.begin(), kRows.end(),
+                                 [=](const Row &candidate) { return candidate.number == number; });
+  return row == kRows.end() ? nullptr : row->function;
+}
+
+// A block that holds one pointer.
+bool hold(XmlNode *element, void **parameter, uint32_t *error) noexcept {
+  void *block = talvo_malloc(sizeof(XmlNode *), kSource, __LINE__);
+  if (block == nullptr) {
+    return refuse(error, TransformError::outOfMemory);
+  }
+  *static_cast<XmlNode **>(block) = element;
+  *parameter = block;
+  return true;
+}
+
+// The only element child of an XPath transform, which must be the XPath element; or null.
+XmlNode *xpathElementOf(const XmlNode *transform) noexcept {
+  XmlNode *child = talvo_xml_node_getelemchildren(transform);
+  const bool isXPath = isElement(child, g_xml_signature_xpath_name, g_xml_signature_nsuri) &&
+                       talvo_xml_node_skipignorenode(child) == nullptr;
+  return isXPath ? child : nullptr;
+}
+
+bool makeParameter(const Transform &transform, int32_t number, void **parameter,
+                   uint32_t *error) noexcept {
+  if (isExclusive(number)) {
+    PrefixBlock prefixes;
+    if (!decodeexcc14nnode(transform.element, &prefixes, error)) {
+      return false;
+    }
+    *parameter = prefixes.release();
+    return true;
+  }
+  if (number == kTransformXPath) {
+    XmlNode *xpath = xpathElementOf(transform.element);
+    return xpath == nullptr ? refuse(error, TransformError::xpathElement)
+                            : hold(xpath, parameter, error);
+  }
+  return number != kTransformEnveloped || hold(transform.signatureElement, parameter, error);
+}
+
+bool makeParameter(const TransformCtx &context, void **parameter, uint32_t *error) noexcept {
+  if (isExclusive(context.algorithm)) {
+    // Deliberate: a context for exclusive canonicalisation can be made without a prefix list but
+    // not run.
+    *parameter = getexcc14nparam2(context.prefixes.get());
+    return *parameter != nullptr || refuse(error, TransformError::outOfMemory);
+  }
+  if (context.algorithm == kTransformXPath) {
+    return hold(context.xpathElement, parameter, error);
+  }
+  return context.algorithm != kTransformEnveloped ||
+         hold(context.signatureElement, parameter, error);
+}
+
+}  // namespace
+
+int32_t c14nMethodOf(TransformFunc function) noexcept {
+  const auto *row = std::find_if(kRows.begin(), kRows.end(), [=](const Row &candidate) {
+    return candidate.isCanonicalization && candidate.function == function;
+  });
+  return row == kRows.end() ? 0 : row->number;
+}
+
+}  // namespace talvo
+
+using namespace talvo;
+
+TransformFunc talvo_xml_transformnode2func(const Transform *transform, void **parameter,
+                                           uint32_t *error) noexcept {
+  if (error == nullptr) {
+    return nullptr;
+  }
+  if (transform == nullptr || parameter == nullptr) {
+    return failNull(error, TransformError::missingArgument);
+  }
+  *parameter = nullptr;
+  const int32_t number = numberOf(transformByUri(transform->algorithm.get()));
+  const TransformFunc function = functionOf(number);
+  if (function == nullptr) {
+    return failNull(error, TransformError::unknownAlgorithm);
+  }
+  return makeParameter(*transform, number, parameter, error) ? function : nullptr;
+}
+
+TransformFunc talvo_xml_transformctx2func(const TransformCtx *transform, void **parameter,
+                                          uint32_t *error) noexcept {
+  if (error == nullptr) {
+    return nullptr;
+  }
+  if (transform == nullptr || parameter == nullptr) {
+    return failNull(error, TransformError::missingArgument);
+  }
+  *parameter = nullptr;
+  const TransformFunc function = functionOf(transform->algorithm);
+  if (function == nullptr) {
+    return failNull(error, TransformError::unknownAlgorithm);
+  }
+  return makeParameter(*transform, parameter, error) ? function : nullptr;
+}
