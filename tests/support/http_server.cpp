@@ -97,7 +97,7 @@ std::string replyText(const HttpReply &reply) {
 
 }  // namespace
 
-HttpServer::HttpServer(Handler handler) : handler_(std::move(handler)) {
+HttpServer::HttpServer(Handler handler, uint16_t port) : handler_(std::move(handler)) {
   std::array<int, 2> ends{};
   check(pipe(ends.data()) == 0, "pipe");
   wakeRead_ = ends[0];
@@ -106,6 +106,9 @@ HttpServer::HttpServer(Handler handler) : handler_(std::move(handler)) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(port);
+  const int reuse = 1;
+  setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
   socklen_t size = sizeof address;
   auto *generic = reinterpret_cast<sockaddr *>(&address);
   check(bind(listener_, generic, size) == 0 && listen(listener_, 16) == 0 &&

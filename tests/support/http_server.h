@@ -1,7 +1,8 @@
-// A small HTTP/1.0 server on 127.0.0.1, on a port that the system chooses, in a thread of its own.
+// A small HTTP/1.0 server on 127.0.0.1 in a thread of its own.
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <thread>
@@ -27,8 +28,9 @@ class HttpServer {
  public:
   using Handler = std::function<HttpReply(const HttpRequest &)>;
 
-  // The handler runs in the server's thread, one request at a time.
-  explicit HttpServer(Handler handler);
+  // The handler runs in the server's thread, one request at a time. Without a port the system
+  // chooses one.
+  explicit HttpServer(Handler handler, uint16_t port = 0);
   // Ends the thread and closes what is open.
   ~HttpServer();
   HttpServer(const HttpServer &) = delete;

@@ -33,6 +33,10 @@ ElementWriter::ElementWriter(XmlDoc *doc, const talvo_ustring *name, const talvo
   keep(talvo_xml_node_setns(element_.get(), declared_) == 1);
 }
 
+ElementWriter ElementWriter::plain(XmlDoc *doc, const talvo_ustring *name) noexcept {
+  return {doc, makeElement(nullptr, name)};
+}
+
 void ElementWriter::keep(bool succeeded) noexcept {
   if (!succeeded) {
     element_.reset();

@@ -21,6 +21,9 @@ class ElementWriter {
   ElementWriter(XmlDoc *doc, const talvo_ustring *name, const talvo_ustring *nsUri,
                 const talvo_ustring *prefix) noexcept;
 
+  // An element without namespace.
+  static ElementWriter plain(XmlDoc *doc, const talvo_ustring *name) noexcept;
+
   // The namespace that the element declared.
   XmlNode *declaredNamespace() const noexcept { return declared_; }
 
@@ -42,6 +45,8 @@ class ElementWriter {
   OwnedNode take() noexcept { return std::move(element_); }
 
  private:
+  ElementWriter(XmlDoc *doc, OwnedNode element) noexcept
+      : doc_(doc), element_(std::move(element)) {}
   void keep(bool succeeded) noexcept;
 
   XmlDoc *doc_;

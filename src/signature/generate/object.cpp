@@ -14,78 +14,75 @@ namespace {
 
 using namespace talvo;
 
-bool mayBeContent(const XmlNode *node) noexcept {
-  const NodeKind kind = kindOf(node);
-  return kind == NodeKind::element || kind == NodeKind::text || kind == NodeKind::comment ||
-         kind == NodeKind::processingInstruction;
+// What every Object is made with.
+struct Scope {
+  XmlDoc *doc;
+  XmlNode *ns;
+  MovedRuns &moved;
+};
+
+// The element stays empty until the caller's nodes are moved in.
+OwnedNode leaveRoom(OwnedNode element, XmlNode **first, bool *owns, MovedRuns &moved) noexcept {
+  return element && moved.expect(element.get(), first, owns) ? std::move(element) : nullptr;
 }
 
-// The last step of an element: what was moved cannot be given back.
-OwnedNode moveInto(ElementWriter &element, XmlNode *&first, bool &owns) noexcept {
-  if (!element || !mayBeContent(first)) {
-    return nullptr;
-  }
-  element.child(takeRun(first));
-  first = nullptr;
-  owns = false;
-  return element.take();
-}
-
-ElementWriter objectElement(XmlDoc *doc, XmlNode *ns, const ObjectCtx &context) noexcept {
-  ElementWriter object(doc, ns, g_xml_signature_object_name);
+ElementWriter objectElement(const Scope &scope, const ObjectCtx &context) noexcept {
+  ElementWriter object(scope.doc, scope.ns, g_xml_signature_object_name);
   object.optionalId(context.id)
       .optionalAttribute(g_xml_signature_mimetype_attr, context.mimeType)
       .optionalAttribute(g_xml_signature_encoding_attr, context.encoding);
   return object;
 }
 
-OwnedNode generateDataObject(XmlDoc *doc, XmlNode *ns, ObjectCtx &context) noexcept {
-  return objectElement(doc, ns, context).text(context.text.get()).take();
+OwnedNode generateDataObject(const Scope &scope, ObjectCtx &context) noexcept {
+  return objectElement(scope, context).text(context.text.get()).take();
 }
 
-OwnedNode generateNodeObject(XmlDoc *doc, XmlNode *ns, ObjectCtx &context) noexcept {
-  ElementWriter object = objectElement(doc, ns, context);
-  return moveInto(object, context.node, context.ownsNode);
+OwnedNode generateNodeObject(const Scope &scope, ObjectCtx &context) noexcept {
+  return leaveRoom(objectElement(scope, context).take(), &context.node, &context.ownsNode,
+                   scope.moved);
 }
 
 // Deliberate: the Object around properties or a manifest has no attributes; the Id stands on the
 // element inside.
-OwnedNode wrap(XmlDoc *doc, XmlNode *ns, ElementWriter &content) noexcept {
-  ElementWriter object(doc, ns, g_xml_signature_object_name);
+OwnedNode wrap(const Scope &scope, ElementWriter &content) noexcept {
+  ElementWriter object(scope.doc, scope.ns, g_xml_signature_object_name);
   return object.open().part(content.take()).take();
 }
 
-OwnedNode generateProperty(XmlDoc *doc, XmlNode *ns, SignaturePropCtx &context) noexcept {
-  ElementWriter property(doc, ns, g_xml_signature_signatureproperty);
+OwnedNode generateProperty(const Scope &scope, SignaturePropCtx &context) noexcept {
+  ElementWriter property(scope.doc, scope.ns, g_xml_signature_signatureproperty);
   property.optionalId(context.id).attribute(g_xml_signature_target, context.target.get());
-  return moveInto(property, context.content, context.ownsContent);
+  return leaveRoom(property.take(), &context.content, &context.ownsContent, scope.moved);
 }
 
-OwnedNode generatePropertiesObject(XmlDoc *doc, XmlNode *ns, ObjectCtx &context) noexcept {
-  ElementWriter properties(doc, ns, g_xml_signature_signatureproperties);
+OwnedNode generatePropertiesObject(const Scope &scope, ObjectCtx &context) noexcept {
+  ElementWriter properties(scope.doc, scope.ns, g_xml_signature_signatureproperties);
   properties.optionalId(context.id).open();
   for (SignaturePropCtx *property : items<SignaturePropCtx>(context.contents)) {
-    properties.part(generateProperty(doc, ns, *property));
+    properties.part(generateProperty(scope, *property));
   }
-  return wrap(doc, ns, properties);
+  return wrap(scope, properties);
 }
 
-OwnedNode generateManifestObject(XmlDoc *doc, XmlNode *ns, ObjectCtx &context) noexcept {
-  ElementWriter manifest(doc, ns, g_xml_signature_manifest);
-  manifest.optionalId(context.id).open().part(generateReferences(doc, ns, context.contents.get()));
-  return wrap(doc, ns, manifest);
+OwnedNode generateManifestObject(const Scope &scope, ObjectCtx &context) noexcept {
+  ElementWriter manifest(scope.doc, scope.ns, g_xml_signature_manifest);
+  manifest.optionalId(context.id)
+      .open()
+      .part(generateReferences(scope.doc, scope.ns, context.contents.get()));
+  return wrap(scope, manifest);
 }
 
-OwnedNode generateObject(XmlDoc *doc, XmlNode *ns, ObjectCtx &context) noexcept {
+OwnedNode generateObject(const Scope &scope, ObjectCtx &context) noexcept {
   switch (context.kind) {
     case kObjectData:
-      return generateDataObject(doc, ns, context);
+      return generateDataObject(scope, context);
     case kObjectNode:
-      return generateNodeObject(doc, ns, context);
+      return generateNodeObject(scope, context);
     case kObjectSignatureProperties:
-      return generatePropertiesObject(doc, ns, context);
+      return generatePropertiesObject(scope, context);
     case kObjectManifest:
-      return generateManifestObject(doc, ns, context);
+      return generateManifestObject(scope, context);
     default:
       return nullptr;
   }
@@ -95,10 +92,12 @@ OwnedNode generateObject(XmlDoc *doc, XmlNode *ns, ObjectCtx &context) noexcept 
 
 namespace talvo {
 
-OwnedNode generateObjects(XmlDoc *doc, XmlNode *ns, const talvo_arraylist *objects) noexcept {
+OwnedNode generateObjects(XmlDoc *doc, XmlNode *ns, const talvo_arraylist *objects,
+                          MovedRuns &moved) noexcept {
+  const Scope scope{doc, ns, moved};
   RunWriter run(doc);
   for (ObjectCtx *context : items<ObjectCtx>(objects)) {
-    run.part(generateObject(doc, ns, *context));
+    run.part(generateObject(scope, *context));
   }
   return run.take();
 }
@@ -107,5 +106,13 @@ OwnedNode generateObjects(XmlDoc *doc, XmlNode *ns, const talvo_arraylist *objec
 
 XmlNode *talvo_xml_objectsnode_gen(XmlDoc *doc, XmlNode *ns,
                                    const talvo_arraylist *objects) noexcept {
-  return handOut(generateObjects(doc, ns, objects));
+  OwnedNode run;
+  // Behind the run: what was moved into it goes back before it is freed.
+  MovedRuns moved;
+  run = generateObjects(doc, ns, objects, moved);
+  if (!run || !moved.fill()) {
+    return nullptr;
+  }
+  moved.commit();
+  return handOut(std::move(run));
 }

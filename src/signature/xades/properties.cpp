@@ -65,15 +65,7 @@ OwnedNode generateIssuerSerial(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs,
 
 OwnedNode generateSigningTime(const Scope &scope) noexcept {
   const Time now(talvo_time_newnow());
-  std::array<char, 32> text;
-  const int length = std::snprintf(
-      text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02dZ", talvo_time_getyear(now.get()),
-      talvo_time_getmonth(now.get()), talvo_time_getday(now.get()), talvo_time_gethour(now.get()),
-      talvo_time_getminute(now.get()), talvo_time_getsecond(now.get()));
-  if (!now || length < 0) {
-    return nullptr;
-  }
-  const UString value = makeString({text.data(), static_cast<size_t>(length)});
+  const UString value = formatTime(now.get());
   return generateText(scope.doc, scope.xadesNs, g_xml_xades_signingtime, value.get());
 }
 
@@ -201,10 +193,19 @@ OwnedNode generateCertId(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t dig
 OwnedNode generateEncodedValue(XmlDoc *doc, XmlNode *ns, const talvo_ustring *name,
                                Bytes der) noexcept {
   const UString text = encodeBase64(der, Base64Form::lines);
-  return ElementWriter(doc, ns, name)
-      .attribute(g_xml_xades_encode, g_xml_xades_encode_der)
-      .text(text.get())
-      .take();
+  ElementWriter element =
+      ns == nullptr ? ElementWriter::plain(doc, name) : ElementWriter(doc, ns, name);
+  return element.attribute(g_xml_xades_encode, g_xml_xades_encode_der).text(text.get()).take();
+}
+
+UString formatTime(const talvo_time *time) noexcept {
+  std::array<char, 32> text;
+  const int length = std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02dZ",
+                                   talvo_time_getyear(time), talvo_time_getmonth(time),
+                                   talvo_time_getday(time), talvo_time_gethour(time),
+                                   talvo_time_getminute(time), talvo_time_getsecond(time));
+  return time == nullptr || length < 0 ? nullptr
+                                       : makeString({text.data(), static_cast<size_t>(length)});
 }
 
 UString targetOf(const talvo_ustring *id) noexcept {

@@ -18,9 +18,13 @@ OwnedNode generateQualifyingProperties(XmlDoc *doc, XmlNode *ns, const talvo_ust
 OwnedNode generateCertId(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t digestMethod,
                          const TalvoPKICert *certificate) noexcept;
 
-// An element that holds DER as Base64 and says so in its Encoding.
+// An element that holds DER as Base64 and says so in its Encoding; it has no namespace when `ns` is
+// null.
 OwnedNode generateEncodedValue(XmlDoc *doc, XmlNode *ns, const talvo_ustring *name,
                                Bytes der) noexcept;
+
+// A UTC time as XML Schema writes it, to the second; null for null.
+UString formatTime(const talvo_time *time) noexcept;
 
 // "#" and an Id.
 UString targetOf(const talvo_ustring *id) noexcept;

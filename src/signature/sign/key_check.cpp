@@ -1,0 +1,52 @@
+// The trial message is three octets long; what it says does not matter.
+#include "signature/sign/key_check.h"
+
+#include <array>
+
+#include "base/boundary.h"
+#include "signature/context/context.h"
+#include "signature/sign/raw_signature.h"
+#include "signature/vocabulary/algorithm.h"
+#include "signature/vocabulary/error.h"
+
+namespace talvo {
+namespace {
+
+using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
+using PublicKey = Handle<TalvoPKIPublicKey, TalvoPKICryptoFreePublicKey>;
+
+constexpr std::array<uint8_t, 3> kTrial = {'1', '2', '3'};
+
+// Null for a key that holds neither a certificate nor a public key.
+PublicKey publicKeyOf(const SignatureKey &key) noexcept {
+  constexpr int32_t kVerificationUsage = 0x10000002;
+  if (key.certificate() != nullptr) {
+    return PublicKey(TalvoPKICertGetCertPublicKey(key.certificate(), kVerificationUsage));
+  }
+  return PublicKey(key.publicKey() == nullptr ? nullptr
+                                              : TalvoPKICryptoDupPublicKey(key.publicKey()));
+}
+
+}  // namespace
+
+bool keyPairFits(TalvoPKIKeyPair *keyPair, const SignatureKey &key, int32_t signatureMethod,
+                 uint32_t *error) noexcept {
+  const SignatureAlgorithm *method = signatureByNumber(signatureMethod);
+  if (method == nullptr || method->crypto == 0) {
+    return refuse(error, SignError::signatureMethod);
+  }
+  uint8_t *value = nullptr;
+  size_t length = 0;
+  if (sign(keyPair, signatureMethod, kTrial.data(), kTrial.size(), &value, &length) != 1) {
+    return refuse(error, SignError::failed);
+  }
+  const CryptoBytes owner(value);
+  const PublicKey publicKey = publicKeyOf(key);
+  if (!publicKey || verifysignaturebypubkey(publicKey.get(), method->crypto, kTrial.data(),
+                                            kTrial.size(), value, length) != 1) {
+    return refuse(error, SignError::keyMismatch);
+  }
+  return true;
+}
+
+}  // namespace talvo

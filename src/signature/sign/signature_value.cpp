@@ -1,0 +1,115 @@
+// The signature value: SignedInfo canonicalised, signed and written as Base64. The library signs with key pairs only;
+// HMAC is for verification.
+#include "base/boundary.h"
+#include "base/utf8.h"
+#include "signature/sign/raw_signature.h"
+#include "signature/sign/signed_info_octets.h"
+#include "signature/vocabulary/algorithm.h"
+#include "signature/vocabulary/error.h"
+#include "signature/vocabulary/vocabulary.h"
+#include "transform/prefix_list.h"
+#include "xml/edit.h"
+#include "xml/node.h"
+
+namespace talvo {
+namespace {
+
+using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
+
+struct SignRun {
+  XmlDoc *doc;
+  XmlNode *signatureElement;
+  TalvoPKIKeyPair *keyPair;
+  int32_t signatureMethod;
+  int32_t c14nMethod;
+  const talvo_arraylist *prefixes;
+};
+
+Blob canonicalSignedInfo(const SignRun &run, XmlNode *signedInfo, uint32_t *error) noexcept {
+  if (!canCanonicalize(run.c14nMethod)) {
+    return failNull(error, SignError::c14nMethod);
+  }
+  PrefixBlock prefixes;
+  if (isExclusive(run.c14nMethod)) {
+    prefixes = PrefixBlock(getexcc14nparam2(run.prefixes));
+    if (!prefixes) {
+      return failNull(error, SignError::outOfMemory);
+    }
+  }
+  Blob octets = signedInfoOctets(signedInfo, run.c14nMethod, prefixes);
+  if (!octets) {
+    return failNull(error, SignError::outOfMemory);
+  }
+  return octets;
+}
+
+bool isHmac(int32_t signatureMethod) noexcept {
+  const SignatureAlgorithm *method = signatureByNumber(signatureMethod);
+  return method != nullptr && method->family == KeyFamily::hmac;
+}
+
+UString encodeValue(Bytes value) noexcept {
+  constexpr int32_t kOneLine = 4;
+  char *text = nullptr;
+  size_t length = 0;
+  if (talvo_base64_encode(value.data(), value.size(), kOneLine, &text, &length) != 1) {
+    return nullptr;
+  }
+  const TextBuffer owner(text);
+  return makeString({text, length});
+}
+
+int32_t writeValue(const SignRun &run, Bytes value, uint32_t *error) noexcept {
+  XmlNode *element = signatureChild(run.signatureElement, g_xml_signature_signaturevalue);
+  if (element == nullptr) {
+    return fail(error, SignError::missingElement);
+  }
+  const UString text = encodeValue(value);
+  OwnedNode node = makeText(run.doc, text.get());
+  if (!node || linkChild(element, node) == nullptr) {
+    return fail(error, SignError::outOfMemory);
+  }
+  return 1;
+}
+
+int32_t signSignedInfo(const SignRun &run, uint32_t *error) noexcept {
+  XmlNode *signedInfo = signatureChild(run.signatureElement, g_xml_signature_signerinfo_name);
+  if (signedInfo == nullptr) {
+    return fail(error, SignError::missingElement);
+  }
+  const Blob octets = canonicalSignedInfo(run, signedInfo, error);
+  if (!octets) {
+    return 0;
+  }
+  if (isHmac(run.signatureMethod)) {
+    return fail(error, SignError::hmacKey);
+  }
+  const Bytes bytes = bytesOf(octets.get());
+  uint8_t *value = nullptr;
+  size_t length = 0;
+  if (sign(run.keyPair, run.signatureMethod, bytes.data(), bytes.size(), &value, &length) != 1) {
+    return fail(error, SignError::failed);
+  }
+  const CryptoBytes owner(value);
+  return writeValue(run, {value, length}, error);
+}
+
+}  // namespace
+}  // namespace talvo
+
+extern "C" {
+
+int32_t talvo_xml_signature_calcsignature(XmlDoc *doc, XmlNode *signatureElement,
+                                          TalvoPKIKeyPair *keyPair, int32_t signatureMethod,
+                                          uint32_t c14nMethod, const talvo_arraylist *prefixes,
+                                          uint32_t *error) noexcept {
+  return talvo::guardWithError(error, talvo::SignError::outOfMemory, [&] {
+    if (signatureElement == nullptr || keyPair == nullptr) {
+      return talvo::fail(error, talvo::SignError::missingArgument);
+    }
+    return talvo::signSignedInfo({doc, signatureElement, keyPair, signatureMethod,
+                                  static_cast<int32_t>(c14nMethod), prefixes},
+                                 error);
+  });
+}
+}

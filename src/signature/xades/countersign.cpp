@@ -1,0 +1,234 @@
+// A countersignature is an ordinary signature inside a CounterSignature property, whose last reference names the
+// countersigned SignatureValue by its Id. Making one prepares parameters and skeleton and leaves the rest to the
+// signing entry point.
+#include <string>
+
+#include "base/boundary.h"
+#include "base/list.h"
+#include "base/utf8.h"
+#include "signature/context/context.h"
+#include "signature/generate/element_writer.h"
+#include "signature/record/record.h"
+#include "signature/vocabulary/algorithm.h"
+#include "signature/vocabulary/error.h"
+#include "signature/vocabulary/vocabulary.h"
+#include "signature/xades/position.h"
+#include "xml/edit.h"
+
+namespace talvo {
+namespace {
+
+struct CounterRun {
+  XmlNode *signatureElement;
+  const SignatureKey *key;
+  int32_t digestMethod;
+  const talvo_ustring *id;
+  const talvo_json *parameters;
+};
+
+bool setText(talvo_json *object, std::string_view key, std::string_view text) noexcept {
+  const Json value(talvo_json_newstring(text.data(), text.size()));
+  return value && talvo_json_setmember(object, key.data(), key.size(), value.get()) == 1;
+}
+
+std::string uriOf(const talvo_ustring *id) {
+  return "#" + std::string(viewOf(id));
+}
+
+// The reference to the countersigned value; null for a digest that cannot be chosen.
+Json makeReference(int32_t digestMethod, const talvo_ustring *valueId) {
+  const DigestAlgorithm *digest = digestByNumber(digestMethod);
+  Json reference(talvo_json_newobject());
+  if (!reference || digest == nullptr || digest->jsonName.empty() ||
+      !setText(reference.get(), "HashAlgo", digest->jsonName) ||
+      !setText(reference.get(), "URI", uriOf(valueId)) ||
+      !setText(reference.get(), "Type", TALVO_XML_TYPE_COUNTERSIGNED_SIGNATURE)) {
+    return nullptr;
+  }
+  return reference;
+}
+
+// The caller's list of references, or a new empty one under that key.
+Json referencesOf(talvo_json *parameters) noexcept {
+  constexpr std::string_view kKey = "References";
+  Json references(talvo_json_getmember(parameters, kKey.data(), kKey.size()));
+  if (references) {
+    return references;
+  }
+  references.reset(talvo_json_newarray());
+  if (!references ||
+      talvo_json_setmember(parameters, kKey.data(), kKey.size(), references.get()) != 1) {
+    return nullptr;
+  }
+  return references;
+}
+
+// A copy of the caller's parameters with the reference appended.
+Json extendParameters(const CounterRun &run, const talvo_ustring *valueId) {
+  Json parameters(talvo_json_dup(run.parameters));
+  const Json references = parameters ? referencesOf(parameters.get()) : nullptr;
+  const Json reference = makeReference(run.digestMethod, valueId);
+  if (!references || !reference || talvo_json_additem(references.get(), reference.get()) != 1) {
+    return nullptr;
+  }
+  return parameters;
+}
+
+// CounterSignature with an empty Signature between line feeds; the Signature is handed out borrowed.
+OwnedNode makeSkeleton(const CounterRun &run, const XmlNode *signatureValue, XmlNode *xadesNs,
+                       XmlNode **inner) noexcept {
+  XmlDoc *doc = talvo_xml_node_getdoc(signatureValue);
+  ElementWriter signature(doc, talvo_xml_node_getassociatednsnode(signatureValue),
+                          g_xml_signature_name);
+  if (run.id != nullptr) {
+    signature.attribute(g_xml_signature_id, run.id);
+  }
+  OwnedNode empty = signature.take();
+  *inner = empty.get();
+  return ElementWriter(doc, xadesNs, g_xml_xades_countersignature)
+      .open()
+      .part(std::move(empty))
+      .take();
+}
+
+// The linked, empty Signature; null when there is no place for it.
+XmlNode *placeSkeleton(const CounterRun &run, XmlNode *signatureValue) noexcept {
+  XmlNode *xadesNs = nullptr;
+  XmlNode *position = getUnsignedSignaturePropertiesLastChildPos(signatureValue, &xadesNs);
+  if (position == nullptr) {
+    return nullptr;
+  }
+  XmlNode *signature = nullptr;
+  OwnedNode property = makeSkeleton(run, signatureValue, xadesNs, &signature);
+  return property && linkAfter(position, property) != nullptr ? signature : nullptr;
+}
+
+// The SignatureValue to countersign; null with an error.
+XmlNode *checkArguments(const CounterRun &run, uint32_t *error) noexcept {
+  if (run.key == nullptr || run.signatureElement == nullptr || run.parameters == nullptr) {
+    return failNull(error, SignError::failed);
+  }
+  if (talvo_xml_signature_issignaturenode(run.signatureElement) != 1) {
+    return failNull(error, SignError::notASignature);
+  }
+  if (talvo_json_gettype(run.parameters) != TALVO_JSON_OBJECT) {
+    return failNull(error, SignError::parameters);
+  }
+  XmlNode *value = talvo_xml_node_findelemnode(run.signatureElement, g_xml_signature_signaturevalue,
+                                               g_xml_signature_nsuri);
+  return value != nullptr ? value : failNull(error, SignError::notASignature);
+}
+
+int32_t countersign(const CounterRun &run, XmlNode **result, uint32_t *error) {
+  XmlNode *signatureValue = checkArguments(run, error);
+  if (signatureValue == nullptr) {
+    return 0;
+  }
+  const UString valueId(
+      talvo_xml_node_getattributevalue(signatureValue, g_xml_signature_id, nullptr));
+  if (!valueId) {
+    return fail(error, SignError::noSignatureValueId);
+  }
+  // Signing takes a certificate with its private key; a bare public key cannot countersign.
+  TalvoPKICert *certificate = run.key->certificate();
+  const Json parameters = certificate == nullptr ? nullptr : extendParameters(run, valueId.get());
+  XmlNode *signature = parameters ? placeSkeleton(run, signatureValue) : nullptr;
+  if (signature == nullptr) {
+    return fail(error, SignError::failed);
+  }
+  // Deliberate: when signing fails, the CounterSignature stays in the document.
+  const int32_t done = talvo_xml_signature_sign_ex(signature, certificate, parameters.get(), error);
+  if (result != nullptr) {
+    *result = signature;
+  }
+  return done;
+}
+
+bool namesValue(const Signature &counterSignature, const talvo_ustring *valueId) {
+  const std::string uri = uriOf(valueId);
+  for (const Reference *reference : items<Reference>(counterSignature.signedInfo->references)) {
+    if (reference->uri && viewOf(reference->uri.get()) == uri) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// The certificate that verified the signature value; null for any other key.
+Certificate verifiedSigner(Signature *counterSignature) noexcept {
+  uint32_t error = 0;
+  SignatureKey *verified = nullptr;
+  if (talvo_xml_signature_signaturevalidation(counterSignature, &verified, &error) != 1) {
+    return nullptr;
+  }
+  const Key key(verified);
+  return Certificate(key->certificate() == nullptr ? nullptr
+                                                   : TalvoPKICertDupCert(key->certificate()));
+}
+
+// The countersignature at the element, ready to be checked with what its parent was given.
+SignatureRecord decodeCounterSignature(XmlNode *element, const Signature &parent,
+                                       const TalvoPKICert *certificate) noexcept {
+  SignatureRecord decoded(talvo_xml_decode_signature(element));
+  if (!decoded) {
+    return nullptr;
+  }
+  if (certificate != nullptr) {
+    // One that may not sign is refused here and simply not tried.
+    talvo_xml_signature_addcert(decoded.get(), certificate);
+  }
+  if (parent.basePath &&
+      talvo_xml_signature_setbasepath(decoded.get(), parent.basePath.get()) != 1) {
+    return nullptr;
+  }
+  return decoded;
+}
+
+Certificate verifyCounterSignature(XmlNode *element, const Signature &parent,
+                                   const TalvoPKICert *certificate) {
+  const SignatureRecord decoded = decodeCounterSignature(element, parent, certificate);
+  Certificate signer = decoded ? verifiedSigner(decoded.get()) : nullptr;
+  uint32_t error = 0;
+  if (!signer || !namesValue(*decoded, parent.signatureValue->id.get()) ||
+      talvo_xml_signature_referencevalidation(decoded.get(), nullptr, 0, &error) != 1) {
+    return nullptr;
+  }
+  return signer;
+}
+
+}  // namespace
+}  // namespace talvo
+
+extern "C" {
+
+int32_t talvo_xml_signature_xades_countersign(XmlNode *signatureElement, const SignatureKey *key,
+                                              int32_t digestMethod, const talvo_ustring *id,
+                                              const talvo_json *parameters,
+                                              XmlNode **counterSignature,
+                                              uint32_t *error) noexcept {
+  return talvo::guardWithError(error, talvo::SignError::failed, [&] {
+    return talvo::countersign({signatureElement, key, digestMethod, id, parameters},
+                              counterSignature, error);
+  });
+}
+
+int32_t talvo_xml_signature_xades_verifycountersignature(const Signature *signature, int32_t index,
+                                                         const TalvoPKICert *certificate,
+                                                         TalvoPKICert **signerCertificate,
+                                                         XmlNode **counterSignature) noexcept {
+  return talvo::guard([&] {
+    if (signature == nullptr || signerCertificate == nullptr || counterSignature == nullptr ||
+        !signature->signatureValue->id) {
+      return 0;
+    }
+    *signerCertificate = nullptr;
+    XmlNode *element = talvo::items<XmlNode>(signature->counterSignatures)[index];
+    if (element == nullptr) {
+      return 0;
+    }
+    *counterSignature = element;
+    *signerCertificate = talvo::verifyCounterSignature(element, *signature, certificate).release();
+    return *signerCertificate == nullptr ? 0 : 1;
+  });
+}
+}

@@ -1,0 +1,226 @@
+// Signature time-stamps: an RFC 3161 token over the canonical form of SignatureValue, kept as an unsigned property.
+#include "base/boundary.h"
+#include "base/list.h"
+#include "signature/generate/element_writer.h"
+#include "signature/generate/signed_info.h"
+#include "signature/record/record.h"
+#include "signature/vocabulary/algorithm.h"
+#include "signature/vocabulary/error.h"
+#include "signature/vocabulary/vocabulary.h"
+#include "signature/xades/position.h"
+#include "signature/xades/properties.h"
+#include "transform/digest.h"
+#include "xml/edit.h"
+
+namespace talvo {
+namespace {
+
+using TimeStampObject = Handle<TalvoPKITimeStamp, TalvoPKIMsgFreeTimeStamp>;
+using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
+
+struct StampRun {
+  const talvo_ustring *id;
+  int32_t c14nMethod;  // below 1: none is written
+  const talvo_arraylist *prefixes;
+  const talvo_ustring *tsa;
+  XmlNode *signatureValue;
+  int32_t hashNumber;
+};
+
+struct Token {
+  CryptoBytes bytes;
+  size_t length = 0;
+};
+
+bool isStampable(int32_t c14nMethod) noexcept {
+  return c14nMethod < 1 || canCanonicalize(c14nMethod);
+}
+
+// A code below 1 stands for C14N 1.0 without a list.
+Blob canonicalValue(XmlNode *signatureValue, int32_t c14nMethod,
+                    const talvo_arraylist *prefixes) noexcept {
+  const bool isDefault = c14nMethod < 1;
+  return Blob(talvo_xml_c14nnode(signatureValue,
+                                 static_cast<uint32_t>(isDefault ? kDefaultC14n : c14nMethod),
+                                 isDefault ? nullptr : prefixes));
+}
+
+bool setImprint(TalvoPKITimeStamp *timeStamp, int32_t hashNumber, Bytes octets) noexcept {
+  uint8_t *digest = nullptr;
+  size_t length = 0;
+  if (hash(hashNumber, octets.data(), octets.size(), &digest, &length) != 1) {
+    return false;
+  }
+  const CryptoBytes owner(digest);
+  return TalvoPKIMsgTimeStampSetMessageImprint(timeStamp, digest, length) == 1;
+}
+
+// Asks the authority; null when there is no granted token.
+TimeStampObject requestTimeStamp(const StampRun &run, Bytes octets, Token *token) noexcept {
+  constexpr int32_t kGrantedWithModifications = 1;
+  TimeStampObject timeStamp(TalvoPKIMsgNewTimeStamp());
+  int32_t status = -1;
+  if (!timeStamp || TalvoPKIMsgTimeStampSetTSA(timeStamp.get(), run.tsa) != 1 ||
+      TalvoPKIMsgTimeStampSetHashAlgorithm(timeStamp.get(), run.hashNumber) != 1 ||
+      !setImprint(timeStamp.get(), run.hashNumber, octets) ||
+      TalvoPKIMsgTimeStampGetResponse(timeStamp.get(), &status) != 1 ||
+      status > kGrantedWithModifications) {
+    return nullptr;
+  }
+  uint8_t *bytes = nullptr;
+  if (TalvoPKIMsgTimeStampGetTimeStampToken(timeStamp.get(), &bytes, &token->length) != 1) {
+    return nullptr;
+  }
+  token->bytes.reset(bytes);
+  return timeStamp;
+}
+
+// The method element for the chosen canonicalisation; null and true where none is written.
+bool makeMethod(const StampRun &run, OwnedNode *method) noexcept {
+  if (run.c14nMethod < 1) {
+    return true;
+  }
+  *method = generateC14nMethod(talvo_xml_node_getassociatednsnode(run.signatureValue),
+                               run.c14nMethod, run.prefixes);
+  return *method != nullptr;
+}
+
+OwnedNode makeProperty(const StampRun &run, XmlNode *xadesNs, OwnedNode method,
+                       const Token &token) noexcept {
+  XmlDoc *doc = talvo_xml_node_getdoc(run.signatureValue);
+  ElementWriter property(doc, xadesNs, g_xml_xades_signaturetimestamp);
+  if (run.id != nullptr) {
+    property.attribute(g_xml_xades_id, run.id);
+  }
+  property.open();
+  if (method) {
+    property.part(std::move(method));
+  }
+  property.part(generateEncodedValue(doc, xadesNs, g_xml_xades_encapsulatedtimestamp,
+                                     {token.bytes.get(), token.length}));
+  return property.take();
+}
+
+bool writeProperty(const StampRun &run, OwnedNode method, const Token &token) noexcept {
+  XmlNode *xadesNs = nullptr;
+  XmlNode *position = getUnsignedSignaturePropertiesLastChildPos(run.signatureValue, &xadesNs);
+  return position != nullptr &&
+         addPart(talvo_xml_node_getdoc(position), position,
+                 makeProperty(run, xadesNs, std::move(method), token)) != nullptr;
+}
+
+// What can be refused is refused first.
+bool prepare(XmlNode *signatureElement, int32_t digestMethod, StampRun *run,
+             uint32_t *error) noexcept {
+  if (talvo_xml_signature_issignaturenode(signatureElement) != 1) {
+    return refuse(error, SignError::notASignature);
+  }
+  if (!isStampable(run->c14nMethod)) {
+    return refuse(error, SignError::c14nMethod);
+  }
+  const DigestAlgorithm *digest = digestByNumber(digestMethod);
+  if (digest == nullptr || digest->hash == 0) {
+    return refuse(error, SignError::digestMethod);
+  }
+  run->hashNumber = digest->hash;
+  run->signatureValue = talvo_xml_node_findelemnode(
+      signatureElement, g_xml_signature_signaturevalue, g_xml_signature_nsuri);
+  return run->signatureValue != nullptr || refuse(error, SignError::notASignature);
+}
+
+// Whatever can fail without the authority comes before it is asked.
+TimeStampObject addTimeStamp(const StampRun &run, uint32_t *error) noexcept {
+  const Blob octets = canonicalValue(run.signatureValue, run.c14nMethod, run.prefixes);
+  if (!octets) {
+    return failNull(error, SignError::canonicalization);
+  }
+  OwnedNode method;
+  if (!makeMethod(run, &method)) {
+    return failNull(error, SignError::failed);
+  }
+  Token token;
+  TimeStampObject timeStamp = requestTimeStamp(run, bytesOf(octets.get()), &token);
+  if (!timeStamp) {
+    return failNull(error, SignError::timeStamp);
+  }
+  if (!writeProperty(run, std::move(method), token)) {
+    return failNull(error, SignError::failed);
+  }
+  return timeStamp;
+}
+
+// Whether the token imprints these octets.
+bool imprints(const TalvoPKITimeStamp *timeStamp, Bytes octets) noexcept {
+  const int32_t hashNumber = TalvoPKIMsgTimeStampGetHashAlgorithm(timeStamp);
+  uint8_t *imprint = nullptr;
+  size_t imprintLength = 0;
+  if (hashNumber <= 0 ||
+      TalvoPKIMsgTimeStampGetMessageImprint(timeStamp, &imprint, &imprintLength) != 1) {
+    return false;
+  }
+  const CryptoBytes imprintOwner(imprint);
+  uint8_t *digest = nullptr;
+  size_t digestLength = 0;
+  if (hash(hashNumber, octets.data(), octets.size(), &digest, &digestLength) != 1) {
+    return false;
+  }
+  const CryptoBytes digestOwner(digest);
+  return equalOctets({imprint, imprintLength}, {digest, digestLength});
+}
+
+TimeStampObject verifyTimeStamp(const Signature &signature, const TimeStamp &record,
+                                const talvo_arraylist *trusted) noexcept {
+  TimeStampObject timeStamp(
+      TalvoPKIMsgVerifyTimeStampToken(record.token.get(), record.tokenLength, trusted));
+  if (!timeStamp) {
+    return nullptr;
+  }
+  const Blob octets = canonicalValue(signature.signatureValue->element, record.c14nAlgorithmId,
+                                     record.inclusivePrefixes.get());
+  return octets && imprints(timeStamp.get(), bytesOf(octets.get())) ? std::move(timeStamp)
+                                                                    : nullptr;
+}
+
+}  // namespace
+}  // namespace talvo
+
+extern "C" {
+
+int32_t talvo_xml_signature_xades_addsignaturetimestamp(
+    XmlNode *signatureElement, const talvo_ustring *id, int32_t c14nMethod,
+    const talvo_arraylist *prefixes, const talvo_ustring *tsa, int32_t digestMethod,
+    TalvoPKITimeStamp **timeStamp, uint32_t *error) noexcept {
+  return talvo::guardWithError(error, talvo::SignError::failed, [&] {
+    talvo::StampRun run{id, c14nMethod, prefixes, tsa, nullptr, 0};
+    if (!talvo::prepare(signatureElement, digestMethod, &run, error)) {
+      return 0;
+    }
+    talvo::TimeStampObject added = talvo::addTimeStamp(run, error);
+    if (!added) {
+      return 0;
+    }
+    if (timeStamp != nullptr) {
+      *timeStamp = added.release();
+    }
+    return 1;
+  });
+}
+
+int32_t talvo_xml_signature_xades_verifysignaturetimestamp(const Signature *signature,
+                                                           int32_t index,
+                                                           const talvo_arraylist *trusted,
+                                                           TalvoPKITimeStamp **timeStamp) noexcept {
+  return talvo::guard([&] {
+    if (signature == nullptr || timeStamp == nullptr) {
+      return 0;
+    }
+    const auto *record = talvo::items<talvo::TimeStamp>(signature->signatureTimeStamps)[index];
+    if (record == nullptr || record->tokenLength == 0) {
+      return 0;
+    }
+    talvo::TimeStampObject verified = talvo::verifyTimeStamp(*signature, *record, trusted);
+    *timeStamp = verified.release();
+    return *timeStamp == nullptr ? 0 : 1;
+  });
+}
+}
