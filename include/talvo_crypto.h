@@ -96,11 +96,11 @@ enum {
   TALVO_OPEN_DONE = 0,
   TALVO_OPEN_UNREADABLE = 1,              /* neither a certificate nor a key, or damaged */
   TALVO_OPEN_PASSWORD_MISSING = 2,        /* locked, and no password (or PIN) was given */
-  TALVO_OPEN_PASSWORD_WRONG = 3,          /* the password (or PIN) does not unlock it */
+  TALVO_OPEN_PASSWORD_WRONG = 3,          /* the password does not unlock it */
   TALVO_OPEN_LEGACY_PROVIDER_MISSING = 4, /* encrypted with algorithms of old that only OpenSSL's
                                              legacy provider has, which cannot be loaded */
-  TALVO_OPEN_NO_KEY = 5,                  /* readable, but without private key; no such key on the
-                                             token */
+  TALVO_OPEN_NO_KEY = 5,                  /* readable, but without private key; on a token: no such
+                                             key, or the wrong PIN */
   TALVO_OPEN_TOKEN_UNAVAILABLE = 6,       /* the PKCS #11 engine (Debian package
                                              libengine-pkcs11-openssl) cannot be loaded */
   TALVO_OPEN_OUT_OF_MEMORY = 7

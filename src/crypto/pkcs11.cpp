@@ -17,7 +17,6 @@ namespace talvo {
 namespace {
 
 constexpr char kEngine[] = "pkcs11";
-constexpr int kPinIncorrect = 0xA0;  // CKR_PIN_INCORRECT, which libp11 reports as it is
 
 constinit std::mutex g_mutex;
 constinit ENGINE *g_engine = nullptr;
@@ -31,11 +30,13 @@ extern "C" int refusePin(char *, int, int, void *) noexcept {
   return -1;
 }
 
+// Without "QUIET" the engine prints the URI of a key that it cannot find, with the PIN in it.
 ENGINE *tokenEngine() noexcept {
   if (g_engine == nullptr) {
     OPENSSL_init_crypto(OPENSSL_INIT_ENGINE_DYNAMIC, nullptr);
     const EngineReference engine(ENGINE_by_id(kEngine));
-    if (engine && ENGINE_init(engine.get()) == 1) {
+    if (engine && ENGINE_ctrl_cmd_string(engine.get(), "QUIET", nullptr, 0) == 1 &&
+        ENGINE_init(engine.get()) == 1) {
       g_engine = engine.get();
     }
   }
@@ -63,14 +64,6 @@ std::string withPin(std::string_view uri, const char *pin) {
   return text;
 }
 
-OpenReason reasonOfFailure(const char *pin) noexcept {
-  if (pin == nullptr) {
-    return OpenReason::passwordMissing;
-  }
-  return ERR_GET_REASON(ERR_peek_last_error()) == kPinIncorrect ? OpenReason::passwordWrong
-                                                                : OpenReason::noKey;
-}
-
 Key loadKey(std::string_view uri, const char *pin, OpenReason *reason) {
   std::string text = withPin(uri, pin);
   const UiMethod silent(UI_UTIL_wrap_read_pem_callback(refusePin, 0));
@@ -81,7 +74,8 @@ Key loadKey(std::string_view uri, const char *pin, OpenReason *reason) {
     return {};
   }
   Key key = makeKey(EvpKey(ENGINE_load_private_key(engine, text.c_str(), silent.get(), nullptr)));
-  *reason = key ? OpenReason::none : reasonOfFailure(pin);
+  // A wrong PIN and a missing key look alike to the engine.
+  *reason = pin == nullptr ? OpenReason::passwordMissing : OpenReason::noKey;
   OPENSSL_cleanse(text.data(), text.size());
   return key;
 }

@@ -2,8 +2,10 @@
 // work.
 #include <gtest/gtest.h>
 
+#include "crypto/key.h"
 #include "support/keys.h"
 #include "support/memory_test.h"
+#include "support/workshop.h"
 
 namespace talvo::test {
 namespace {
@@ -91,6 +93,57 @@ TEST_F(SignatureTest, NoKeyDoesTheWorkOfAnotherKind) {
       EXPECT_EQ(verifying != nullptr, fits);
     }
   }
+}
+
+// How the openssl program names the digest, and what else it must be told.
+struct Judge {
+  int32_t algorithm;
+  KeyKind kind;
+  const char *options;
+};
+
+TEST_F(SignatureTest, OpensslAcceptsWhatIsSignedHereAndTheOtherWayRound) {
+  const Workshop workshop;
+  workshop.write("text", "text");
+  for (const Judge &judge : {Judge{1, KeyKind::rsa, "-md5"},
+                             {6, KeyKind::rsa, "-sha512"},
+                             {13, KeyKind::dsa, "-sha1"},
+                             {17, KeyKind::p224, "-sha224"},
+                             {20, KeyKind::p521, "-sha512"},
+                             {25, KeyKind::sm2, "-sm3 -sigopt distid:1234567812345678"}}) {
+    SCOPED_TRACE(judge.algorithm);
+    const std::string dgst = std::string("openssl dgst ") + judge.options;
+    workshop.write("public", publicKeyPem(judge.kind));
+    workshop.write("private", privateKeyPem(judge.kind));
+    workshop.write("ours", sign(openKey(judge.kind).get(), judge.algorithm, "text"));
+    EXPECT_TRUE(workshop.run(dgst + " -verify public -signature ours text"))
+        << workshop.read("log");
+    EXPECT_TRUE(workshop.run(dgst + " -sign private -out theirs text")) << workshop.read("log");
+    EXPECT_TRUE(verifies(openPublicKey(judge.kind).get(), judge.algorithm, "text",
+                         workshop.read("theirs")));
+  }
+}
+
+// The same key comes out of a certificate, whatever OpenSSL calls it there.
+TEST_F(SignatureTest, KeysOfCertificatesVerify) {
+  for (const Method &method : kMethods) {
+    SCOPED_TRACE(method.name);
+    const Certificate certificate = makeIdentity({.kind = method.kind}).certificate();
+    const KeyPair key(TalvoPKICertGetCertKeyPair(certificate.get(), 0, 2, nullptr));
+    const PublicKey publicKey(TalvoPKICertGetCertPublicKey(certificate.get(), 0x10000002));
+    const std::string signature = sign(key.get(), method.algorithm, "text");
+    EXPECT_TRUE(verifies(publicKey.get(), method.algorithm, "text", signature));
+  }
+}
+
+// As when an application makes the key by the curve's name alone.
+TEST_F(SignatureTest, Sm2KeysMadeAsPlainCurveKeysWorkToo) {
+  const EvpKeyHandle plain(EVP_EC_gen("SM2"));
+  ASSERT_EQ(EVP_PKEY_is_a(plain.get(), "SM2"), 0);
+  const KeyPair key(newKeyPair(makeKey(share(plain.get()))));
+  const PublicKey publicKey(TalvoPKICryptoGetKeypairPublicKey(key.get()));
+  EXPECT_TRUE(verifies(publicKey.get(), 25, "text", sign(key.get(), 25, "text")));
+  EXPECT_EQ(TalvoPKICryptoNewSign(key.get(), 18), nullptr);
 }
 
 }  // namespace
