@@ -2,7 +2,7 @@
 
 #include "talvo_crypto.h"
 
-#include "crypto/openssl_handle.h"
+#include "crypto/der.h"
 
 namespace talvo {
 

@@ -5,8 +5,7 @@
 #include "talvo_crypto.h"
 
 #include "crypto/algorithm.h"
-#include "crypto/octets.h"
-#include "crypto/openssl_handle.h"
+#include "crypto/der.h"
 
 namespace talvo {
 

@@ -2,7 +2,6 @@
 // out-parameters.
 #pragma once
 
-#include <climits>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -42,32 +41,6 @@ inline int32_t handOut(Octets octets, uint8_t **bytes, size_t *length) noexcept 
   *length = octets.length;
   *bytes = octets.bytes.release();  // the caller gives it back to TalvoPKICryptoFreeMemory
   return 1;
-}
-
-// The DER of an object by its i2d function.
-template <class T>
-Octets encodeDer(int (*encode)(const T *, unsigned char **), const T *object) noexcept {
-  int length = object == nullptr ? -1 : encode(object, nullptr);
-  if (length <= 0) {
-    return {};
-  }
-  Octets der = makeOctets(kSource, static_cast<size_t>(length));
-  unsigned char *end = der.bytes.get();
-  if (!der || encode(object, &end) != length) {
-    return {};
-  }
-  return der;
-}
-
-// The object that all of the bytes are, by its d2i function: null also when something follows it.
-template <class Owner, class T>
-Owner decodeDer(T *(*decode)(T **, const unsigned char **, long), Bytes der) noexcept {
-  if (der.empty() || der.size() > static_cast<size_t>(INT_MAX)) {
-    return nullptr;
-  }
-  const unsigned char *end = der.data();
-  Owner object(decode(nullptr, &end, static_cast<long>(der.size())));
-  return object && end == der.data() + der.size() ? std::move(object) : nullptr;
 }
 
 // The bytes of a caller's pointer and length; a null pointer has none.

@@ -200,6 +200,12 @@ Bundle openDer(Bytes der, const char *password) noexcept {
   return bundle;
 }
 
+// Every DER object here is a SEQUENCE. That octet is a "0" too, but text comes second: what a name
+// in a certificate spells must not decide how the certificate is read.
+bool isDer(Bytes bytes) noexcept {
+  return !bytes.empty() && bytes.front() == 0x30;
+}
+
 bool isPem(Bytes bytes) noexcept {
   return textOf(bytes).find(kPemStart) != std::string_view::npos;
 }
@@ -227,18 +233,22 @@ X509Ptr readCertificatePem(Bytes bytes) noexcept {
 }  // namespace
 
 X509Ptr readCertificate(Bytes bytes) noexcept {
-  if (X509Ptr certificate = readCertificateDer(bytes)) {
-    return certificate;
+  if (isDer(bytes)) {
+    if (X509Ptr certificate = readCertificateDer(bytes)) {
+      return certificate;
+    }
   }
   return isPem(bytes) ? readCertificatePem(bytes) : readCertificateDer(decodeBase64(bytes).view());
 }
 
 Bundle openBundle(Bytes bytes, const char *password) noexcept {
-  if (isPem(bytes)) {
-    return openPem(bytes, password);
+  if (isDer(bytes)) {
+    Bundle bundle = openDer(bytes, password);
+    if (bundle.reason != OpenReason::unreadable) {
+      return bundle;
+    }
   }
-  const Octets decoded = decodeBase64(bytes);
-  return openDer(decoded ? decoded.view() : bytes, password);
+  return isPem(bytes) ? openPem(bytes, password) : openDer(decodeBase64(bytes).view(), password);
 }
 
 }  // namespace talvo
