@@ -831,10 +831,47 @@ TALVO_API int32_t talvo_xml_signature_verify_ex(XmlDoc *doc, const talvo_ustring
                                                 talvo_arraylist **keys,
                                                 uint32_t *error) TALVO_NOEXCEPT;
 
-/* ---- canonicalisation and URIs ---- */
+/* ---- canonicalisation and URIs ----
+ *
+ * How the URI of a reference is resolved, when signing and when verifying:
+ *
+ *   ""                     the document, without comments
+ *   "#name"                the element with this ID, without comments
+ *   "#xpointer(/)"         the document, with comments
+ *   "#xpointer(id('x'))"   the element with this ID, with comments; double quotes do as well
+ *   "http:", "https:"      fetched, when dereferencing flag 1 allows it
+ *   "folder/file.bin"      the file below the base of the Reference element, when xml:base or the
+ *                          location of the document gives it an absolute one; otherwise below the
+ *                          base path, an absolute path or a "file://" URL; otherwise below the
+ *                          current directory. The base counts as a folder, its last part included.
+ *                          "." and ".." are folded, and "%" escapes are decoded, in the base too.
+ *
+ * Anything else is refused: other schemes, absolute paths, and a "#" behind the last "/". Only
+ * regular files are read. A relative reference may climb out of the base with "..": whoever verifies
+ * documents of strangers lets them name any file that the process may read, and learn no more than
+ * whether its digest is the expected one.
+ *
+ * Canonicalisation fails, as the standard has it, for a document with a relative namespace URI,
+ * wherever in it that stands, and for entity references that were not replaced. The inclusive
+ * methods also fail where the namespace declarations in scope, summed over all elements, would cost
+ * an unreasonable time. */
 
+/* talvo_xml_c14nnode returns a new blob with the canonical octets of the node's subtree, in the
+ * context of its document: namespaces in scope and, for the inclusive methods, inherited xml:
+ * attributes count. `mode` is a canonicalisation method, 1 to 4, 6 or 7; 2, 4 and 7 keep comments.
+ * A document stands for all of its nodes. `prefixes`, a list of ustrings, is the
+ * InclusiveNamespaces PrefixList of methods 3 and 4 ("#default" for the default namespace); NULL
+ * for none, and not looked at by the other methods. The document is not changed.
+ *
+ * NULL for another mode, a NULL node, a node that is not linked into a document, a prefix that
+ * holds a NUL, a document that cannot be canonicalised (see above), and exhausted memory. */
 TALVO_API talvo_data_blob *talvo_xml_c14nnode(XmlNode *node, uint32_t mode,
                                               const talvo_arraylist *prefixes) TALVO_NOEXCEPT;
+
+/* talvo_xml_uri_encode returns a new string, the text in the form that a URI attribute takes. Text
+ * without ":" is a file path: what a URI cannot hold is escaped ("a b" becomes "a%20b"). Text with
+ * ":" is a URI: it stays as it is when it is well-formed, and is escaped where that makes it so.
+ * NULL for a NULL string, one that holds a NUL, and exhausted memory. */
 TALVO_API talvo_ustring *talvo_xml_uri_encode(const talvo_ustring *uri) TALVO_NOEXCEPT;
 
 /* ---- algorithms by number ---- */

@@ -211,11 +211,20 @@ bool isIndependent(const xmlNode *apex, xmlC14NMode mode) noexcept {
   return true;
 }
 
+// The element whose subtree alone is selected and can run alone, or null.
+const xmlNode *loneApex(const PlainSelection &plain, const XmlDoc *document,
+                        xmlC14NMode mode) noexcept {
+  const bool isAlone = plain.isPlain && kindOf(plain.apex) == NodeKind::element &&
+                       isInDocument(plain.apex, document) &&
+                       isIndependent(native(plain.apex), mode);
+  return isAlone ? native(plain.apex) : nullptr;
+}
+
 // Runs over one element as if it were all that its document holds. Both records are copies, so
 // that the tree stays as it is.
-bool executeAlone(OctetSink &sink, xmlDoc *document, xmlNode *element,
+bool executeAlone(OctetSink &sink, xmlDoc *document, const xmlNode &element,
                   const Settings &settings) noexcept {
-  xmlNode apex = *element;
+  xmlNode apex = element;
   apex.next = nullptr;
   xmlDoc view = *document;
   view.children = &apex;
@@ -268,20 +277,19 @@ bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **pr
   if (found == nullptr || document == nullptr) {
     return false;
   }
-  const bool isExclusive = found->mode == XML_C14N_EXCLUSIVE_1_0;
   const PlainSelection plain = plainSelection(nodes);
-  const Settings settings{*found, isExclusive ? prefixes : nullptr,
+  const bool isInclusive = found->mode != XML_C14N_EXCLUSIVE_1_0;
+  const xmlNode *alone = loneApex(plain, document, found->mode);
+  const Settings settings{*found, isInclusive ? nullptr : prefixes,
                           found->withComments && plain.withComments};
-  const bool isAlone = plain.isPlain && kindOf(plain.apex) == NodeKind::element &&
-                       isInDocument(plain.apex, document) &&
-                       isIndependent(native(plain.apex), found->mode);
-  // libxml2 refuses a document for what stands anywhere in it, so a subtree that runs alone needs
-  // the look at the rest.
-  if ((isAlone || !isExclusive) && !FitnessScope::isFit(document, !isExclusive)) {
+  // libxml2 refuses a document for what stands anywhere in it, so an element that runs alone needs
+  // the look at the rest, if there is any.
+  const bool hidesRest = alone != nullptr && alone->parent->type == XML_ELEMENT_NODE;
+  if ((isInclusive || hidesRest) && !FitnessScope::isFit(document, isInclusive)) {
     return false;
   }
-  if (isAlone) {
-    return executeAlone(sink, nativeDoc(document), native(plain.apex), settings);
+  if (alone != nullptr) {
+    return executeAlone(sink, nativeDoc(document), *alone, settings);
   }
   return plain.isPlain && plain.apex == nullptr
              ? execute(sink, nativeDoc(document), nullptr, settings)

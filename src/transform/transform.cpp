@@ -27,8 +27,7 @@ constexpr uint32_t kParseOffline = 1;
 
 // Wraps a node set, and, where no further step follows, makes octets of it.
 TransformData *finish(OwnedNodeSet nodes, int32_t isLast, bool isSameDocument) noexcept {
-  TransformInput result(
-      talvo_xml_transform_newnodeset(nodes.release(), isSameDocument ? 1 : 0));
+  TransformInput result(talvo_xml_transform_newnodeset(nodes.release(), isSameDocument ? 1 : 0));
   return isLast != 0 ? talvo_xml_siganture_c14n(result.get(), 1, nullptr) : result.release();
 }
 
