@@ -308,6 +308,10 @@ TALVO_API talvo_json *talvo_json_getitem(const talvo_json *json, int32_t index) 
  * of `key`, or NULL. */
 TALVO_API talvo_json *talvo_json_getmember(const talvo_json *json, const char *key,
                                            size_t length) TALVO_NOEXCEPT;
+/* talvo_json_hasmember returns 1 when an object has that key; so a NULL of talvo_json_getmember tells
+ * exhausted memory from absence. */
+TALVO_API int32_t talvo_json_hasmember(const talvo_json *json, const char *key,
+                                       size_t length) TALVO_NOEXCEPT;
 /* talvo_json_getkey returns a new string with the key of member number `index` of an object (in
  * text order), or NULL. */
 TALVO_API talvo_ustring *talvo_json_getkey(const talvo_json *json, int32_t index) TALVO_NOEXCEPT;

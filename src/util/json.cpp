@@ -349,6 +349,10 @@ talvo_json *talvo_json_getmember(const talvo_json *json, const char *key, size_t
   return key == nullptr ? nullptr : wrap(share(json_object_getn(valueOf(json), key, length)));
 }
 
+int32_t talvo_json_hasmember(const talvo_json *json, const char *key, size_t length) noexcept {
+  return key != nullptr && json_object_getn(valueOf(json), key, length) != nullptr;
+}
+
 talvo_ustring *talvo_json_getkey(const talvo_json *json, int32_t index) noexcept {
   if (index < 0 || index >= talvo_json_getcount(json) || !json_is_object(valueOf(json))) {
     return nullptr;
