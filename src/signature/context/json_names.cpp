@@ -74,8 +74,11 @@ bool readStrings(const JsonValue &array, List &out) {
   List strings = newStringList();
   for (int32_t i = 0; i < array.count(); ++i) {
     UString string;
-    if (!array.item(i).read(string) || !talvo_arraylist_pushback(strings.get(), string.get())) {
+    if (!array.item(i).read(string)) {
       return false;
+    }
+    if (!talvo_arraylist_pushback(strings.get(), string.get())) {
+      return array.exhaust();
     }
   }
   out = std::move(strings);

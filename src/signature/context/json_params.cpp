@@ -19,7 +19,11 @@ using namespace talvo;
 // "C14NAlgo"; the transform then has none, and cannot be run.
 TransformContext readExclusiveTransform(const JsonValue &transform, int32_t algorithm) {
   List prefixes;
-  readStrings(transform.quiet().member("TransformParam"), prefixes);
+  JsonReading unheard;
+  readStrings(transform.as(unheard).member("TransformParam"), prefixes);
+  if (unheard.isExhausted) {
+    return nullptr;
+  }
   return TransformContext(talvo_xml_signature_transformctx_new(algorithm, prefixes.get()));
 }
 
@@ -226,12 +230,26 @@ bool readAll(const JsonValue &document) {
          readTimeStamp(document, timeStamp);
 }
 
-List readStringsOf(const talvo_json *object, std::string_view key) noexcept {
+// Runs a reader that complains to nobody. False, too, when memory ran out on the way.
+template <class Read>
+bool readQuietly(const talvo_json *document, Read read) noexcept {
   return guard([&] {
-    List strings;
-    readStrings(JsonValue(object, nullptr).member(key), strings);
-    return strings;
+    JsonReading reading;
+    return read(JsonValue(document, reading)) && !reading.isExhausted;
   });
+}
+
+List readStringsOf(const talvo_json *object, std::string_view key) noexcept {
+  List strings;
+  readQuietly(object,
+              [&](const JsonValue &value) { return readStrings(value.member(key), strings); });
+  return strings;
+}
+
+// The number that a string names.
+int32_t numberIn(const talvo_json *value, const NameTable &table) noexcept {
+  JsonReading reading;
+  return table.numberOf(JsonValue(value, reading).text());
 }
 
 }  // namespace
@@ -239,36 +257,44 @@ List readStringsOf(const talvo_json *object, std::string_view key) noexcept {
 namespace talvo {
 
 bool readEntryParameters(const talvo_json *parameters, EntryParameters &out) noexcept {
-  return guard([&] { return readEntry(JsonValue(parameters, nullptr), out); });
+  return readQuietly(parameters,
+                     [&](const JsonValue &document) { return readEntry(document, out); });
 }
 
 bool readTimeStampParameters(const talvo_json *parameters, TimeStampParameters &out) noexcept {
-  return guard([&] { return readTimeStamp(JsonValue(parameters, nullptr), out); });
+  return readQuietly(parameters,
+                     [&](const JsonValue &document) { return readTimeStamp(document, out); });
 }
 
 }  // namespace talvo
 
 SignedInfoCtx *JsonToSignedInfoCtx(const talvo_json *parameters) noexcept {
-  return guard([&] { return readSignedInfo(JsonValue(parameters, nullptr)).release(); });
+  SignedInfoContext context;
+  const bool read = readQuietly(parameters, [&](const JsonValue &document) {
+    context = readSignedInfo(document);
+    return context != nullptr;
+  });
+  return read ? context.release() : nullptr;
 }
 
 int32_t GetHashAlgoFromJson(const talvo_json *value) noexcept {
-  return kDigestNames.numberOf(JsonValue(value, nullptr).text());
+  return numberIn(value, kDigestNames);
 }
 
 int32_t GetIncludeCertOptionFromJson(const talvo_json *value) noexcept {
-  return kCertOptionNames.numberOf(JsonValue(value, nullptr).text());
+  return numberIn(value, kCertOptionNames);
 }
 
 int32_t GetC14NAlgoFromJson(const talvo_json *object, int32_t *method,
                             talvo_arraylist **prefixes) noexcept {
   *prefixes = nullptr;
-  const int32_t number = kC14nNames.numberOf(JsonValue(object, nullptr).member("C14NAlgo").text());
-  if (number == kUnknownAlgorithm) {
+  const bool read = readQuietly(object, [&](const JsonValue &value) {
+    return readName(value.member("C14NAlgo"), kC14nNames, *method);
+  });
+  if (!read) {
     return 0;
   }
-  *method = number;
-  *prefixes = isExclusive(number) ? GetC14NParamFromJson(object) : nullptr;
+  *prefixes = isExclusive(*method) ? GetC14NParamFromJson(object) : nullptr;
   return 1;
 }
 
@@ -281,7 +307,8 @@ talvo_arraylist *GetTransformC14NParamFromJson(const talvo_json *object) noexcep
 }
 
 talvo_ustring *DecodeStringValueFromJson(const talvo_json *value) noexcept {
-  return JsonValue(value, nullptr).string().release();
+  JsonReading reading;
+  return JsonValue(value, reading).string().release();
 }
 
 int32_t talvo_xml_signature_checkparameters(const talvo_json *parameters,
@@ -291,12 +318,11 @@ int32_t talvo_xml_signature_checkparameters(const talvo_json *parameters,
   }
   return guard([&]() -> int32_t {
     std::string complaint;
-    if (readAll(JsonValue(parameters, message == nullptr ? nullptr : &complaint))) {
-      return 1;
-    }
-    if (!complaint.empty()) {
+    JsonReading reading{message == nullptr ? nullptr : &complaint};
+    const bool read = readAll(JsonValue(parameters, reading));
+    if (!complaint.empty() && !reading.isExhausted) {
       *message = makeString(complaint).release();
     }
-    return 0;
+    return read && !reading.isExhausted;
   });
 }

@@ -14,16 +14,24 @@ constexpr size_t kLongestQuote = 80;
 JsonValue::JsonValue(const JsonValue &parent, std::string_view key) noexcept
     : owned_(talvo_json_getmember(parent.value_, key.data(), key.size())),
       value_(owned_.get()),
-      complaint_(parent.complaint_),
+      reading_(parent.reading_),
       parent_(&parent),
-      key_(key) {}
+      key_(key) {
+  if (value_ == nullptr && talvo_json_hasmember(parent.value_, key.data(), key.size())) {
+    exhaust();
+  }
+}
 
 JsonValue::JsonValue(const JsonValue &parent, int32_t index) noexcept
     : owned_(talvo_json_getitem(parent.value_, index)),
       value_(owned_.get()),
-      complaint_(parent.complaint_),
+      reading_(parent.reading_),
       parent_(&parent),
-      index_(index) {}
+      index_(index) {
+  if (value_ == nullptr && index < parent.count()) {
+    exhaust();
+  }
+}
 
 int32_t JsonValue::count() const noexcept {
   return is(TALVO_JSON_ARRAY) ? talvo_json_getcount(value_) : -1;
@@ -42,7 +50,11 @@ int32_t JsonValue::boolean() const noexcept {
 }
 
 UString JsonValue::string() const noexcept {
-  return is(TALVO_JSON_STRING) ? makeString(text()) : nullptr;
+  UString string = is(TALVO_JSON_STRING) ? makeString(text()) : nullptr;
+  if (!string && is(TALVO_JSON_STRING)) {
+    exhaust();
+  }
+  return string;
 }
 
 bool JsonValue::read(UString &out) const {
@@ -78,7 +90,8 @@ std::string JsonValue::found() const {
   char *text = nullptr;
   size_t length = 0;
   if (!talvo_json_dump(value_, &text, &length)) {
-    return "found an unreadable value";
+    exhaust();
+    return {};
   }
   const TextBuffer owned(text);
   return length > kLongestQuote ? "found a long text" : "found " + std::string(text, length);

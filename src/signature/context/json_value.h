@@ -11,21 +11,29 @@
 
 namespace talvo {
 
+// What comes out of reading one document, beside the values.
+struct JsonReading {
+  std::string *complaint = nullptr;  // receives the first complaint; null when nobody asks
+  // Memory ran out, so that something may have seemed absent or malformed: nothing that was read
+  // counts.
+  bool isExhausted = false;
+};
+
 // Member functions that complain may throw std::bad_alloc, and only where there is a complaint to
 // keep.
 class JsonValue {
  public:
-  // The whole document. `complaint` receives the first complaint; null when nobody asks.
-  JsonValue(const talvo_json *document, std::string *complaint) noexcept
-      : value_(document), complaint_(complaint) {}
+  // The whole document.
+  JsonValue(const talvo_json *document, JsonReading &reading) noexcept
+      : value_(document), reading_(reading) {}
   // Values refer to the one that they are part of, which must outlive them and stay where it is.
   JsonValue(const JsonValue &) = delete;
   JsonValue &operator=(const JsonValue &) = delete;
 
   JsonValue member(std::string_view key) const noexcept { return {*this, key}; }
   JsonValue item(int32_t index) const noexcept { return {*this, index}; }
-  // The same value for a reader whose complaints nobody shall hear.
-  JsonValue quiet() const noexcept { return {value_, nullptr}; }
+  // The same value as a document of its own, for a reader whose complaints do not count.
+  JsonValue as(JsonReading &reading) const noexcept { return {value_, reading}; }
 
   bool isPresent() const noexcept { return value_ != nullptr; }
   bool is(int32_t type) const noexcept { return talvo_json_gettype(value_) == type; }
@@ -42,9 +50,15 @@ class JsonValue {
   // Answers false, as every reader does that fails.
   template <class Expected>
   bool complain(Expected &&expected) const {
-    if (complaint_ != nullptr && complaint_->empty()) {
-      *complaint_ = place() + ": " + found() + ", " + std::string(expected());
+    std::string *complaint = reading_.complaint;
+    if (complaint != nullptr && complaint->empty()) {
+      *complaint = place() + ": " + found() + ", " + std::string(expected());
     }
+    return false;
+  }
+  // Answers false too.
+  bool exhaust() const noexcept {
+    reading_.isExhausted = true;
     return false;
   }
 
@@ -62,7 +76,7 @@ class JsonValue {
 
   Json owned_;
   const talvo_json *value_;
-  std::string *complaint_;
+  JsonReading &reading_;
   const JsonValue *parent_ = nullptr;
   std::string_view key_;
   int32_t index_ = -1;

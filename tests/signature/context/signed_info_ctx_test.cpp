@@ -9,7 +9,16 @@ namespace {
 
 class SignedInfoCtxTest : public MemoryTest {
  protected:
-  ReferenceContext reference_ = reference("#a");
+  void SetUp() override {
+    MemoryTest::SetUp();
+    reference_ = reference("#a");
+  }
+  void TearDown() override {
+    reference_.reset();
+    MemoryTest::TearDown();
+  }
+
+  ReferenceContext reference_;
 };
 
 TEST_F(SignedInfoCtxTest, ExactlyTheMethodsThatMaySignAreAccepted) {
