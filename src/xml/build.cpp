@@ -1,6 +1,7 @@
 // Making nodes: for callers, who get them registered, and for generators, who get them as OwnedNode.
 #include "base/utf8.h"
 #include "xml/edit.h"
+#include "xml/namespace_binding.h"
 #include "xml/native.h"
 #include "xml/node.h"
 #include "xml/registry.h"
@@ -50,14 +51,6 @@ xmlAttr *newAttribute(xmlNode *element, xmlNs *ns, const xmlChar *name,
   return attribute;
 }
 
-// The attribute "xml:lang" and its kind, whose prefix needs no declaration.
-xmlAttr *newXmlAttribute(xmlNode *element, const xmlChar *name, const xmlChar *value) noexcept {
-  const MemoryWatch watch;
-  const AtHome home(element);
-  xmlNs *ns = xmlSearchNs(element->doc, element, xmlText("xml"));
-  return ns == nullptr ? nullptr : newAttribute(element, ns, name + kXmlPrefix.size(), value);
-}
-
 // Deliberate: of the attributes only the first is looked at, so that an element can get a second
 // attribute of one name.
 XmlNode *setExisting(const XmlNode *element, const talvo_ustring *name, const talvo_ustring *uri,
@@ -67,13 +60,45 @@ XmlNode *setExisting(const XmlNode *element, const talvo_ustring *name, const ta
   return *found && talvo_xml_node_setvalue(existing, value) == 1 ? existing : nullptr;
 }
 
-// A copy that no free function releases: kept until shut-down or until it is linked.
-XmlNode *keepDetached(xmlNode *copy) noexcept {
+// Lets libxml2 find, for a scope, the declarations that a detached tree carries: on its top, where
+// they become part of a copy.
+class CarriedInReach {
+ public:
+  explicit CarriedInReach(xmlNode *node) noexcept {
+    while (node->parent != nullptr) {
+      node = node->parent;
+    }
+    xmlNs *carried = carriedNamespaces(handleOf(node));
+    if (carried == nullptr || node->type != XML_ELEMENT_NODE) {
+      return;
+    }
+    end_ = &node->nsDef;
+    while (*end_ != nullptr) {
+      end_ = &(*end_)->next;
+    }
+    *end_ = carried;
+  }
+  ~CarriedInReach() {
+    if (end_ != nullptr) {
+      *end_ = nullptr;
+    }
+  }
+  CarriedInReach(const CarriedInReach &) = delete;
+  CarriedInReach &operator=(const CarriedInReach &) = delete;
+
+ private:
+  xmlNs **end_ = nullptr;
+};
+
+// A copy that no free function releases: kept until shut-down or until it is linked. The copy of an
+// attribute belongs to the document of the original at once.
+XmlNode *keepDetached(const MemoryWatch &watch, xmlNode *copy) noexcept {
   if (copy == nullptr) {
     return nullptr;
   }
-  if (!track(handleOf(copy), Tracking::detached, nullptr)) {
-    releaseTree(copy, nullptr);
+  xmlDoc *doc = copy->type == XML_ATTRIBUTE_NODE ? copy->doc : nullptr;
+  if (watch.exhausted() || !track(handleOf(copy), Tracking::detached, handleOf(doc))) {
+    releaseTree(copy, doc);
     return nullptr;
   }
   return handleOf(copy);
@@ -165,7 +190,8 @@ XmlNode *talvo_xml_node_newattr(XmlNode *element, const XmlNode *ns, const talvo
   }
   if (ns == nullptr && viewOf(name).size() > kXmlPrefix.size() &&
       viewOf(name).starts_with(kXmlPrefix)) {
-    return handleOf(newXmlAttribute(native(element), textOf(name), textOf(value)));
+    const xmlChar *localPart = textOf(name) + kXmlPrefix.size();
+    return handleOf(newAttribute(native(element), xmlNamespace(), localPart, textOf(value)));
   }
   return handleOf(newAttribute(native(element), nativeNs(ns), textOf(name), textOf(value)));
 }
@@ -181,8 +207,10 @@ XmlNode *talvo_xml_node_dup(const XmlNode *node) noexcept {
     }
     case NodeKind::attribute:
     case NodeKind::namespaceDeclaration:
-      return keepDetached(xmlCopyNode(native(node), 1));
-    default:
+      return keepDetached(watch, xmlCopyNode(native(node), 1));
+    default: {
+      const CarriedInReach carried(native(node));
       return handOut(whole(watch, xmlCopyNode(native(node), 1)));
+    }
   }
 }

@@ -25,11 +25,23 @@ XmlNode *link(const Place &place, OwnedNode &run) noexcept {
   return handleOf(last);
 }
 
-// Leaves the node linked nowhere and tracked nowhere, with its document known to itself.
+int32_t countRun(const xmlNode *first) noexcept {
+  int32_t count = 0;
+  for (const xmlNode *node = first; node != nullptr; node = node->next) {
+    ++count;
+  }
+  return count;
+}
+
+// Leaves the node linked nowhere and its own, with its document known to itself.
 void take(xmlNode *node) noexcept {
   node->doc = homeOf(node);
   cut(node);
-  untrack(handleOf(node));
+  if (carriesNamespaces(handleOf(node))) {
+    track(handleOf(node), Tracking::taken, nullptr);
+  } else {
+    untrack(handleOf(node));
+  }
 }
 
 }  // namespace
@@ -55,13 +67,17 @@ XmlNode *linkBefore(XmlNode *ref, OwnedNode &run) noexcept {
 }
 
 OwnedNode takeRun(XmlNode *first) noexcept {
-  xmlNode *head = native(first);
-  if (!isLinkable(head)) {
+  if (!reserveTracking(countRun(native(first)))) {
     return nullptr;
+  }
+  for (xmlNode *node = native(first); node != nullptr; node = node->next) {
+    if (!isLinkable(node) || !prepareToDetach(node)) {
+      return nullptr;
+    }
   }
   xmlNode *last = nullptr;
   xmlNode *next = nullptr;
-  for (xmlNode *node = head; node != nullptr && isLinkable(node); node = next) {
+  for (xmlNode *node = native(first); node != nullptr; node = next) {
     next = node->next;
     take(node);
     if (last != nullptr) {
@@ -73,7 +89,7 @@ OwnedNode takeRun(XmlNode *first) noexcept {
 }
 
 OwnedNode takeNode(XmlNode *node) noexcept {
-  if (!isLinkable(native(node))) {
+  if (!isLinkable(native(node)) || !reserveTracking(1) || !prepareToDetach(native(node))) {
     return nullptr;
   }
   take(native(node));
@@ -81,11 +97,7 @@ OwnedNode takeNode(XmlNode *node) noexcept {
 }
 
 XmlNode *handOut(OwnedNode run) noexcept {
-  int32_t count = 0;
-  for (const xmlNode *node = native(run.get()); node != nullptr; node = node->next) {
-    ++count;
-  }
-  if (!run || !reserveTracking(count)) {
+  if (!run || !reserveTracking(countRun(native(run.get())))) {
     return nullptr;
   }
   for (xmlNode *node = native(run.get()); node != nullptr; node = node->next) {

@@ -33,7 +33,8 @@ XmlNode *linkChild(XmlNode *parent, OwnedNode &run) noexcept;
 XmlNode *linkAfter(XmlNode *ref, OwnedNode &run) noexcept;
 XmlNode *linkBefore(XmlNode *ref, OwnedNode &run) noexcept;
 
-// Takes a node and its following siblings from wherever they are, out of the registry too.
+// Takes a node and its following siblings from wherever they are, out of the registry too. Null, and
+// nothing taken, when memory is exhausted or one of them is no node that can be moved.
 OwnedNode takeRun(XmlNode *first) noexcept;
 // The same for one node, whose siblings stay.
 OwnedNode takeNode(XmlNode *node) noexcept;

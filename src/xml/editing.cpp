@@ -148,9 +148,7 @@ bool setHomeBelow(xmlNode *node, xmlDoc *doc) noexcept {
 }
 
 bool setHome(xmlNode *tree, xmlDoc *doc) noexcept {
-  // An element takes its declarations along; an attribute stays within reach of them.
-  xmlNode *scope = tree->type == XML_ATTRIBUTE_NODE ? tree->parent : nullptr;
-  if (homeOf(tree) != doc && !prepareMove(tree, doc, scope)) {
+  if (!copyStrings(tree, doc)) {
     return false;
   }
   if (tree->parent != nullptr) {
@@ -231,7 +229,8 @@ void talvo_xml_node_remove(XmlNode *node) noexcept {
   const bool becomesCallers = removed->doc == nullptr && isRegistrable(node);
   const Tracking tracking =
       becomesCallers || isRegistered(node) ? Tracking::registered : Tracking::detached;
-  if (!track(node, tracking, handleOf(homeOf(removed)))) {
+  if (!reserveTracking(1) || !prepareToDetach(removed) ||
+      !track(node, tracking, handleOf(homeOf(removed)))) {
     return;
   }
   cut(removed);
@@ -293,8 +292,13 @@ XmlNode *talvo_xml_doc_setrootelement(XmlDoc *doc, XmlNode *root) noexcept {
   if (old == nullptr) {
     return handleOf(linkNodes({Where::lastChild, native(doc)}, native(root), Extent::node));
   }
-  if (!reserveTracking(1) ||
+  if (!reserveTracking(2) ||
       linkNodes({Where::after, native(old)}, native(root), Extent::node) == nullptr) {
+    return nullptr;
+  }
+  if (!prepareToDetach(native(old))) {
+    cut(native(root));
+    track(root, Tracking::registered, doc);
     return nullptr;
   }
   XmlDoc *home = handleOf(homeOf(native(old)));

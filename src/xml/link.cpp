@@ -37,27 +37,57 @@ bool runIsTracked(const Place &place) noexcept {
   return place.parent() == nullptr && isTracked(handleOf(place.ref));
 }
 
-bool prepare(const Place &place, xmlNode *first, Extent extent) noexcept {
+// A node that was never below a parent keeps the declarations it was made with.
+bool prepareNamespaces(const Place &place, xmlNode *node) noexcept {
+  xmlNode *parent = place.parent();
+  if (parent == nullptr) {
+    return prepareToDetach(node);
+  }
+  if (node->parent == nullptr && !carriesNamespaces(handleOf(node))) {
+    return true;
+  }
+  xmlNode *scope = parent->type == XML_ELEMENT_NODE ? parent : nullptr;
+  return bindNamespaces(node, scope, place.doc());
+}
+
+int32_t countOf(const xmlNode *first, Extent extent) noexcept {
   int32_t count = 0;
-  for (xmlNode *node = first; node != nullptr; node = followerIn(node, extent)) {
-    if (!prepareMove(node, place.doc(), place.parent())) {
-      return false;
-    }
+  for (const xmlNode *node = first; node != nullptr; node = followerIn(node, extent)) {
     ++count;
   }
-  return !runIsTracked(place) || reserveTracking(count);
+  return count;
+}
+
+bool prepare(const Place &place, xmlNode *first, Extent extent) noexcept {
+  if (place.parent() == nullptr && !reserveTracking(countOf(first, extent))) {
+    return false;
+  }
+  for (xmlNode *node = first; node != nullptr; node = followerIn(node, extent)) {
+    if (!copyStrings(node, place.doc()) || !prepareNamespaces(place, node)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// What the registry knows of a node that is about to stand at the place.
+void setTracking(const Place &place, xmlNode *node, xmlDoc *doc, bool tracked) noexcept {
+  XmlNode *handle = handleOf(node);
+  if (tracked) {
+    const bool registered = isRegistered(handle);
+    track(handle, registered ? Tracking::registered : Tracking::detached, handleOf(doc));
+  } else if (place.parent() == nullptr && carriesNamespaces(handle)) {
+    track(handle, Tracking::taken, nullptr);
+  } else {
+    untrack(handle);
+  }
 }
 
 void move(const Place &place, xmlNode *node, xmlDoc *doc, bool tracked) noexcept {
   const xmlNode *before = node->parent;
   finishMove(node, doc);
   cut(node);
-  if (tracked) {
-    const bool registered = isRegistered(handleOf(node));
-    track(handleOf(node), registered ? Tracking::registered : Tracking::detached, handleOf(doc));
-  } else {
-    untrack(handleOf(node));
-  }
+  setTracking(place, node, doc, tracked);
   splice(node, place);
   if (node->type == XML_ATTRIBUTE_NODE && node->parent != nullptr && node->parent != before) {
     freeNamesakes(asAttr(node));

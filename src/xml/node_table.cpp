@@ -102,7 +102,7 @@ TrackedNode *NodeTable::find(const XmlNode *node) const noexcept {
 
 TrackedNode *NodeTable::add(XmlNode *node, Tracking tracking) noexcept {
   TrackedNode *entry = &places_.get()[used_];
-  *entry = {node, nullptr, 0, tracking};
+  *entry = {node, nullptr, 0, tracking, nullptr};
   index_.get()[indexOf(node)] = ++used_;
   ++count_;
   return entry;

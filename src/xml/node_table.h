@@ -16,6 +16,7 @@ enum class Tracking : uint32_t {
   registered,  // a document or free-standing node that belongs to the caller
   detached,    // without parent, but not the caller's to free: released at shut-down
   rehomed,     // inside one tree, while its document pointer names another document
+  taken,       // held by an OwnedNode, with namespaces that it carries
 };
 
 struct TrackedNode {
@@ -25,6 +26,8 @@ struct TrackedNode {
   // Of a document: how many entries have it as origin.
   uint32_t dependents;
   Tracking tracking;
+  // Copies of the declarations that were above the tree when it lost its parent; libxml2's list.
+  void *carried;
 };
 
 class NodeTable {

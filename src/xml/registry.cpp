@@ -33,7 +33,12 @@ void setTracking(TrackedNode *entry, Tracking tracking) noexcept {
   entry->tracking = tracking;
 }
 
+xmlNs *carriedBy(const TrackedNode &entry) noexcept {
+  return static_cast<xmlNs *>(entry.carried);
+}
+
 void removeEntry(TrackedNode *entry) noexcept {
+  const CarriedNamespaces carried(carriedBy(*entry));
   setOrigin(entry, nullptr);
   setTracking(entry, Tracking::detached);
   g_nodeList->table.remove(entry);
@@ -52,6 +57,7 @@ void freeEntries() noexcept {
   }
   for (TrackedNode &entry : g_nodeList->table.places()) {
     if (entry.node != nullptr && !isDocument(entry)) {
+      const CarriedNamespaces carried(carriedBy(entry));
       releaseTree(native(entry.node), nativeDoc(entry.origin));
       entry.node = nullptr;
     }
@@ -66,11 +72,6 @@ void freeEntries() noexcept {
 // The document that an entry points at once it has let go of its origin.
 xmlDoc *futureHome(const TrackedNode &entry) noexcept {
   return entry.tracking == Tracking::rehomed ? homeOf(native(entry.node)->parent) : nullptr;
-}
-
-bool prepareToForget(const TrackedNode &entry) noexcept {
-  return entry.tracking == Tracking::rehomed ? copyStrings(native(entry.node), futureHome(entry))
-                                             : prepareMove(native(entry.node), nullptr, nullptr);
 }
 
 void settle(TrackedNode *entry) noexcept {
@@ -128,7 +129,8 @@ bool isRegistered(const XmlNode *node) noexcept {
 
 bool isTracked(const XmlNode *node) noexcept {
   const RegistryLock lock;
-  return lock && g_nodeList->table.find(node) != nullptr;
+  const TrackedNode *entry = lock ? g_nodeList->table.find(node) : nullptr;
+  return entry != nullptr && entry->tracking != Tracking::taken;
 }
 
 XmlDoc *originOf(const XmlNode *node) noexcept {
@@ -159,14 +161,31 @@ bool track(XmlNode *node, Tracking tracking, XmlDoc *origin) noexcept {
   return true;
 }
 
-bool untrack(const XmlNode *node) noexcept {
+void untrack(const XmlNode *node) noexcept {
   const RegistryLock lock;
   TrackedNode *entry = lock ? g_nodeList->table.find(node) : nullptr;
-  if (entry == nullptr) {
+  if (entry != nullptr) {
+    removeEntry(entry);
+  }
+}
+
+bool carry(XmlNode *node, CarriedNamespaces carried) noexcept {
+  if (!carried) {
+    return true;
+  }
+  const RegistryLock lock;
+  if (!lock ||
+      (g_nodeList->table.find(node) == nullptr && !track(node, Tracking::taken, nullptr))) {
     return false;
   }
-  removeEntry(entry);
+  g_nodeList->table.find(node)->carried = carried.release();
   return true;
+}
+
+xmlNs *carriedNamespaces(const XmlNode *node) noexcept {
+  const RegistryLock lock;
+  const TrackedNode *entry = lock ? g_nodeList->table.find(node) : nullptr;
+  return entry == nullptr ? nullptr : carriedBy(*entry);
 }
 
 bool releaseDependents(XmlDoc *doc) noexcept {
@@ -176,7 +195,8 @@ bool releaseDependents(XmlDoc *doc) noexcept {
     return self != nullptr;
   }
   for (const TrackedNode &entry : g_nodeList->table.places()) {
-    if (entry.node != nullptr && entry.origin == doc && !prepareToForget(entry)) {
+    if (entry.node != nullptr && entry.origin == doc &&
+        !copyStrings(native(entry.node), futureHome(entry))) {
       return false;
     }
   }

@@ -3,10 +3,11 @@
 // detached ones, which nobody may free before shut-down, and knows of every entry which document it
 // still points at: that document cannot go without letting go of them.
 //
-// A node inside a tree is never an entry, unless its document pointer names a document that it does
-// not lie in. A node without parent always is one, unless an OwnedNode holds it.
+// A node inside a tree is no entry, unless its document pointer names a document that it does not lie
+// in. A node without parent is one, unless an OwnedNode holds it.
 #pragma once
 
+#include "xml/namespace_binding.h"
 #include "xml/node_table.h"
 
 namespace talvo {
@@ -35,6 +36,7 @@ bool createRegistry() noexcept;
 void destroyRegistry() noexcept;
 
 bool isRegistered(const XmlNode *node) noexcept;
+// Whether it is an entry and no OwnedNode holds it.
 bool isTracked(const XmlNode *node) noexcept;
 // The document that an entry points at; null for none and for what is no entry.
 XmlDoc *originOf(const XmlNode *node) noexcept;
@@ -42,8 +44,16 @@ XmlDoc *originOf(const XmlNode *node) noexcept;
 bool reserveTracking(int32_t count) noexcept;
 // Makes the node an entry, or changes the entry that it is.
 bool track(XmlNode *node, Tracking tracking, XmlDoc *origin) noexcept;
-// Whether it was an entry.
-bool untrack(const XmlNode *node) noexcept;
+// Frees the namespaces that the node carried, too.
+void untrack(const XmlNode *node) noexcept;
+// Lets the node, of which nothing carried is known yet, carry namespaces until it is untracked. One
+// that is no entry becomes one that an OwnedNode holds.
+bool carry(XmlNode *node, CarriedNamespaces carried) noexcept;
+// The first of what it carries; null for none.
+xmlNs *carriedNamespaces(const XmlNode *node) noexcept;
+inline bool carriesNamespaces(const XmlNode *node) noexcept {
+  return carriedNamespaces(node) != nullptr;
+}
 // Makes every entry that points at the document forget it, before the document is freed. False, and
 // the document must stay, when memory is exhausted.
 bool releaseDependents(XmlDoc *doc) noexcept;

@@ -58,7 +58,8 @@ bool copyDictionaryTexts(xmlNode *node) noexcept {
   return copied;
 }
 
-// A node that dies with another document than its own must not hold texts of that one.
+// A node that dies with another document than its own must not hold texts of that one. libxml2 asks
+// one dictionary for a whole list of siblings, that of the first one's document.
 void prepareToDie(xmlNode *top, xmlDoc *home) noexcept {
   const bool rehomed = anyRehomed();
   if (home == nullptr && !rehomed) {
@@ -69,6 +70,7 @@ void prepareToDie(xmlNode *top, xmlDoc *home) noexcept {
     ids.visit(node);
     if (node->doc != home) {
       dropDictionaryTexts(node);
+      node->doc = home;
     }
     if (rehomed) {
       untrack(handleOf(node));
@@ -161,6 +163,9 @@ void splice(xmlNode *node, const Place &place) noexcept {
 }
 
 bool copyStrings(xmlNode *top, xmlDoc *to) noexcept {
+  if (homeOf(top) == to) {
+    return true;
+  }
   const AtHome home(top);
   bool copied = true;
   forEachNode(top, [&copied, to](xmlNode *node) {
@@ -169,16 +174,12 @@ bool copyStrings(xmlNode *top, xmlDoc *to) noexcept {
   return copied;
 }
 
-bool prepareMove(xmlNode *top, xmlDoc *to, xmlNode *scope) noexcept {
-  xmlNode *element = scope != nullptr && scope->type == XML_ELEMENT_NODE ? scope : nullptr;
-  const xmlDoc *from = homeOf(top);
-  if (from != to && !copyStrings(top, to)) {
-    return false;
+bool prepareToDetach(xmlNode *node) noexcept {
+  if (node->parent == nullptr) {
+    return true;
   }
-  // An attribute leaves its element, and so the reach of its declaration, with every move.
-  const bool leavesReach =
-      (from != nullptr && from != to) || (top->type == XML_ATTRIBUTE_NODE && element != nullptr);
-  return !leavesReach || bindNamespaces(top, element, to);
+  CarriedNamespaces carried;
+  return carryNamespaces(node, &carried) && carry(handleOf(node), std::move(carried));
 }
 
 void finishMove(xmlNode *top, xmlDoc *to) noexcept {
@@ -197,6 +198,7 @@ void finishMove(xmlNode *top, xmlDoc *to) noexcept {
       return;
     }
     ids.visit(node);
+    leaveXmlNamespace(node);
     if (node->type == XML_ENTITY_REF_NODE) {
       node->children = node->last = nullptr;
       node->content = nullptr;
@@ -222,7 +224,8 @@ void freeDocument(xmlDoc *doc) noexcept {
 }
 
 void severForRelease(xmlNode *top, xmlDoc *doc) noexcept {
-  forEachNode(top, [doc](xmlNode *node) {
+  xmlDoc *home = homeOf(top->parent);
+  forEachNode(top, [doc, home](xmlNode *node) {
     if (node->doc != doc) {
       return;
     }
@@ -230,7 +233,7 @@ void severForRelease(xmlNode *top, xmlDoc *doc) noexcept {
     if (isId(node)) {
       unmarkId(node);
     }
-    node->doc = nullptr;
+    node->doc = home;
   });
 }
 

@@ -1,8 +1,8 @@
 // Moving and freeing nodes at the level of libxml2's structures. A parsed document keeps short texts
-// and names in a dictionary of its own, its IDs in a table that points at attributes, and its
-// namespace declarations on its elements; libxml2 leaves all three behind when a node goes elsewhere.
-// Every node that changes its document passes through moveTo, which takes them along, and every node
-// that dies passes through freeTree, which takes its IDs out of the table first.
+// and names in a dictionary of its own, and its IDs in a table that points at attributes; libxml2
+// leaves both behind when a node goes elsewhere. Every node that changes its document passes through
+// copyStrings and finishMove, which take them along, and every node that dies passes through freeTree,
+// which takes its IDs out of the table first.
 #pragma once
 
 #include "xml/native.h"
@@ -63,15 +63,14 @@ struct Place {
 // Puts a node that is linked nowhere at its place. Attributes go among the attributes.
 void splice(xmlNode *node, const Place &place) noexcept;
 
-// What can fail of a move to another document: strings are copied out of the old dictionary, and
-// namespaces that are declared outside the tree are declared in reach of `scope`, the future parent,
-// or on the tree's top. On failure the tree is as usable as before.
-bool prepareMove(xmlNode *top, xmlDoc *to, xmlNode *scope) noexcept;
-// The first half of it, for a tree that stays where it is.
+// What can fail of a move to another document: strings are copied out of the old dictionary.
 bool copyStrings(xmlNode *top, xmlDoc *to) noexcept;
-// What cannot fail, after what can: document pointers are set, and IDs leave the tables of other
-// documents. An entity reference forgets the entity of the old document.
+// What cannot fail, after it: document pointers are set, and IDs leave the tables of other documents.
+// An entity reference forgets the entity of the old document.
 void finishMove(xmlNode *top, xmlDoc *to) noexcept;
+// Before a node loses its parent without getting another: see namespace_binding.h. False when memory
+// is exhausted.
+bool prepareToDetach(xmlNode *node) noexcept;
 
 // Frees a tree wherever it stands, its IDs and registry entries first. Not for documents.
 void freeTree(xmlNode *top) noexcept;

@@ -14,7 +14,8 @@ namespace {
 constexpr std::string_view kDocuments[] = {
     "<!DOCTYPE a [<!ATTLIST b k ID #IMPLIED d CDATA 'default'><!ENTITY e 'entity text'>]>"
     "<a xmlns:p='urn:p'><b k=' one '>short</b><p:c p:x='1' xml:id='two'>t<?pi content?>&e;</p:c>"
-    "<!--comment--><b k='three'><d>a text that is longer than a node can hold in itself</d></b></a>",
+    "<!--comment--><b k='three'><d>a text that is longer than a node can hold in "
+    "itself</d></b></a>",
     "<r xmlns='urn:default' xmlns:q='urn:q'><s q:id='i'><t/>x<t>y</t></s><u xmlns=''><v/></u></r>",
     "<!--before--><only>w</only><?after?>",
 };
@@ -34,11 +35,16 @@ class Editor {
   }
 
  private:
-  uint32_t pick(uint32_t count) { return std::uniform_int_distribution<uint32_t>(0, count - 1)(random_); }
+  uint32_t pick(uint32_t count) {
+    return std::uniform_int_distribution<uint32_t>(0, count - 1)(random_);
+  }
 
-  XmlNode *anyNode() { return nodes_.empty() ? nullptr : nodes_[pick(static_cast<uint32_t>(nodes_.size()))]; }
+  XmlNode *anyNode() {
+    return nodes_.empty() ? nullptr : nodes_[pick(static_cast<uint32_t>(nodes_.size()))];
+  }
   XmlDoc *anyDocument() {
-    return documents_.empty() ? nullptr : documents_[pick(static_cast<uint32_t>(documents_.size()))];
+    return documents_.empty() ? nullptr
+                              : documents_[pick(static_cast<uint32_t>(documents_.size()))];
   }
 
   void addDocument() {
@@ -90,7 +96,7 @@ class Editor {
   // A node without parent stays known here; one that got a parent is found through it.
   void noteTop(XmlNode *node) {
     if (node != nullptr && talvo_xml_node_getparent(node) == nullptr &&
-        kindOf(node) != NodeKind::document &&
+        kindOf(node) != NodeKind::document && kindOf(node) != NodeKind::unsupported &&
         std::find(tops_.begin(), tops_.end(), node) == tops_.end()) {
       tops_.push_back(node);
     }
@@ -100,9 +106,24 @@ class Editor {
   }
   void forget(XmlNode *node) { std::erase(tops_, node); }
 
-  UString word() { return makeString(std::string(1 + pick(30), static_cast<char>('a' + pick(26)))); }
+  UString word() {
+    return makeString(std::string(1 + pick(30), static_cast<char>('a' + pick(26))));
+  }
+
+  // Reads what could dangle: names, namespaces, values, and everything again as octets.
+  void read() {
+    XmlNode *node = anyNode();
+    for (talvo_ustring *text :
+         {talvo_xml_node_getname(node), talvo_xml_node_getnsuri(node),
+          talvo_xml_node_getprefixedname(node), talvo_xml_node_getvalue(node)}) {
+      talvo_ustring_free(text);
+    }
+    talvo_data_blob_free(talvo_xml_element_dump(node));
+    talvo_data_blob_free(talvo_xml_doc_dump(anyDocument(), 0));
+  }
 
   void edit() {
+    read();
     switch (pick(16)) {
       case 0:
         noteTop(talvo_xml_node_newelem(nullptr, word().get()));
@@ -126,7 +147,7 @@ class Editor {
         talvo_xml_node_addprevsibling(anyNode(), anyNode());
         break;
       case 7:
-        talvo_xml_node_addsibling(anyNode(), anyNode());
+        addSibling();
         break;
       case 8:
       case 9:
@@ -151,17 +172,22 @@ class Editor {
         freeSomething();
         break;
     }
-    collectAfterLinks();
+    dropLinkedTops();
   }
-
-  // Links may leave former siblings and replaced attributes behind; what is gone must not be asked.
-  void collectAfterLinks() { dropLinkedTops(); }
 
   void addChild() {
     XmlNode *node = anyNode();
     XmlNode *added = talvo_xml_node_addchild(anyNode(), node);
     if (added != nullptr && added != node) {
       forget(node);  // its text went into the one before it
+    }
+  }
+
+  // Not of attributes: one of a run may replace another of the same name.
+  void addSibling() {
+    XmlNode *first = anyNode();
+    if (kindOf(first) != NodeKind::attribute) {
+      talvo_xml_node_addsibling(anyNode(), first);
     }
   }
 
@@ -179,8 +205,9 @@ class Editor {
 
   void newAttribute() {
     XmlNode *element = anyNode();
+    XmlNode *ns = talvo_xml_node_getassociatednsnode(element);
     const UString name = makeString(pick(2) == 0 ? "xml:id" : "k");
-    talvo_xml_node_newattr(element, nullptr, name.get(), word().get());
+    talvo_xml_node_newattr(element, pick(2) == 0 ? ns : nullptr, name.get(), word().get());
   }
 
   void declareId() {

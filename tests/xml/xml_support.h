@@ -3,9 +3,10 @@
 
 #include <string>
 
+#include "talvo_xml.h"
+
 #include "base/utf8.h"
 #include "support/library_test.h"
-#include "talvo_xml.h"
 
 namespace talvo::test {
 
