@@ -4,6 +4,8 @@
 
 #include <openssl/pem.h>
 
+#include "crypto/certificate_cache.h"
+
 namespace talvo {
 
 namespace {
@@ -96,10 +98,6 @@ Key readKeyBlock(PemBlock *block, const char *password, OpenReason *reason) noex
                             : readPlainKey(block->der());
 }
 
-X509Ptr readCertificateDer(Bytes der) noexcept {
-  return decodeDer<X509Ptr>(d2i_X509, der);
-}
-
 bool isKey(const PemBlock &block) noexcept {
   return block.type().ends_with("PRIVATE KEY");
 }
@@ -111,7 +109,7 @@ bool isCertificate(const PemBlock &block) noexcept {
 
 X509Ptr certificateOf(const PemBlock &block) noexcept {
   return block.type() == PEM_STRING_X509_TRUSTED ? decodeDer<X509Ptr>(d2i_X509_AUX, block.der())
-                                                 : readCertificateDer(block.der());
+                                                 : certificateOfDer(block.der());
 }
 
 Bundle emptyBundle() noexcept {
@@ -189,7 +187,7 @@ Bundle openDer(Bytes der, const char *password) noexcept {
     return openPkcs12(der, password);
   }
   Bundle bundle = emptyBundle();
-  if (X509Ptr certificate = readCertificateDer(der)) {
+  if (X509Ptr certificate = certificateOfDer(der)) {
     return push(bundle.certificates, std::move(certificate)) ? std::move(bundle)
                                                              : failed(OpenReason::outOfMemory);
   }
@@ -234,11 +232,11 @@ X509Ptr readCertificatePem(Bytes bytes) noexcept {
 
 X509Ptr readCertificate(Bytes bytes) noexcept {
   if (isDer(bytes)) {
-    if (X509Ptr certificate = readCertificateDer(bytes)) {
+    if (X509Ptr certificate = certificateOfDer(bytes)) {
       return certificate;
     }
   }
-  return isPem(bytes) ? readCertificatePem(bytes) : readCertificateDer(decodeBase64(bytes).view());
+  return isPem(bytes) ? readCertificatePem(bytes) : certificateOfDer(decodeBase64(bytes).view());
 }
 
 Bundle openBundle(Bytes bytes, const char *password) noexcept {

@@ -1,5 +1,6 @@
 // Buffers that callers give back, the software device, and random octets.
 #include <algorithm>
+#include <climits>
 
 #include <openssl/rand.h>
 

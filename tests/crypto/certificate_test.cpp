@@ -1,5 +1,7 @@
 // Certificates: the forms they come in, what they tell, and the paths they have.
 #include <algorithm>
+#include <atomic>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -193,6 +195,39 @@ TEST_F(CertificateTest, PathLeadsFromTheAnchorToTheCertificate) {
     EXPECT_EQ(pathOf(copy.get()), expected);
     EXPECT_EQ(pathOf(chain.root.publicCertificate().get()), std::vector{expected.front()});
   }
+}
+
+// Certificates that were read before are found again; a near miss must not be.
+TEST_F(CertificateTest, RememberedCertificatesAreNeverMixedUp) {
+  std::vector<std::string> ders;
+  for (int serial = 1; serial <= 300; ++serial) {
+    ders.push_back(makeIdentity({.kind = KeyKind::p256, .serial = std::to_string(serial)}).der());
+  }
+  for (int round = 0; round < 2; ++round) {
+    for (const std::string &der : ders) {
+      EXPECT_EQ(derOf(read(der).get()), der);
+    }
+  }
+}
+
+TEST_F(CertificateTest, AreReadInManyThreadsAtOnce) {
+  const std::vector<std::string> ders = {makeIdentity().der(), makeIdentity({.serial = "2"}).der()};
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 50; ++round) {
+        const std::string &der = ders[static_cast<size_t>(round) % 2];
+        const Certificate certificate = read(der);
+        const PublicKey key(TalvoPKICertGetCertPublicKey(certificate.get(), 2));
+        wrong += key == nullptr || derOf(certificate.get()) != der ? 1 : 0;
+      }
+    });
+  }
+  for (std::thread &thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST_F(CertificateTest, SurvivesExhaustedMemory) {
