@@ -74,9 +74,10 @@ TEST_F(NodeSetTest, RulesSelectByPlace) {
       {"excluding all",
        chained(wholeDocument(doc), talvo_xml_nodeset_enveloped_signature(doc, nullptr)),
        "--------------"},
-      {"twice", chained(chained(wholeDocument(doc, false),
-                                talvo_xml_nodeset_enveloped_signature(doc, signature_)),
-                        talvo_xml_nodeset_enveloped_signature(doc, b)),
+      {"twice",
+       chained(chained(wholeDocument(doc, false),
+                       talvo_xml_nodeset_enveloped_signature(doc, signature_)),
+               talvo_xml_nodeset_enveloped_signature(doc, b)),
        "EA----------TN"},
       {"narrowed", chained(wholeDocument(doc), talvo_xml_nodeset_getsubtree(doc, b, 1)),
        "---EATP-------"},
@@ -143,7 +144,8 @@ class XPathFilterTest : public NodeSetTest {
  protected:
   // What the expression keeps when it stands in the signature.
   std::string kept(std::string_view expression) {
-    EXPECT_EQ(talvo_xml_node_setvalue(talvo_xml_node_getchildren(xpath_), str(expression).get()), 1);
+    EXPECT_EQ(talvo_xml_node_setvalue(talvo_xml_node_getchildren(xpath_), str(expression).get()),
+              1);
     XmlDoc *doc = document_.get();
     const OwnedNodeSet chain =
         chained(wholeDocument(doc), talvo_xml_nodeset_xpath_filter(doc, xpath_));
@@ -210,8 +212,8 @@ TEST_F(XPathFilterTest, HereIsUnknownInAnotherDocument) {
       {"*[1]", "--------------"}, {"*[2]", "EACEATP-----TN"}, {"*[3]", "--------------"}};
   XmlDoc *doc = document_.get();
   for (const auto &[path, expected] : rows) {
-    const OwnedNodeSet chain = chained(
-        wholeDocument(doc), talvo_xml_nodeset_xpath_filter(doc, find(other.get(), path)));
+    const OwnedNodeSet chain =
+        chained(wholeDocument(doc), talvo_xml_nodeset_xpath_filter(doc, find(other.get(), path)));
     EXPECT_EQ(selected(chain.get()), expected) << path;
   }
 }
@@ -221,9 +223,8 @@ TEST_F(XPathFilterTest, NearestDeclarationOfAPrefixWins) {
       "<p:r xmlns:p='urn:far' xmlns='http://www.w3.org/2000/09/xmldsig#'>"
       "<ds:XPath xmlns:p='urn:near' xmlns:ds='http://www.w3.org/2000/09/xmldsig#'>"
       "self::p:r</ds:XPath><p:r xmlns:p='urn:near'/></p:r>");
-  const OwnedNodeSet chain =
-      chained(wholeDocument(doc.get()),
-              talvo_xml_nodeset_xpath_filter(doc.get(), find(doc.get(), "*[1]")));
+  const OwnedNodeSet chain = chained(
+      wholeDocument(doc.get()), talvo_xml_nodeset_xpath_filter(doc.get(), find(doc.get(), "*[1]")));
   EXPECT_EQ(c14n(chain.get()), "<p:r></p:r>");
 }
 

@@ -78,8 +78,7 @@ inline std::string c14n(NodeSet *nodes, int32_t method = 1, char **prefixes = nu
 }
 
 inline TransformInput nodesInput(OwnedNodeSet nodes, bool isSameDocument = true) {
-  return TransformInput(
-      talvo_xml_transform_newnodeset(nodes.release(), isSameDocument ? 1 : 0));
+  return TransformInput(talvo_xml_transform_newnodeset(nodes.release(), isSameDocument ? 1 : 0));
 }
 
 inline TransformInput octetsInput(std::string_view octets) {
@@ -92,8 +91,8 @@ inline Owned<Transform> transformOf(XmlDoc *document, std::string_view transform
   Owned<Transform> transform = make<Transform>("test");
   transform->element = find(document, transformPath);
   transform->signatureElement = find(document, signaturePath);
-  talvo_ustring *algorithm = talvo_xml_node_getattributevalue(
-      transform->element, str("Algorithm").get(), nullptr);
+  talvo_ustring *algorithm =
+      talvo_xml_node_getattributevalue(transform->element, str("Algorithm").get(), nullptr);
   transform->algorithm.reset(algorithm);
   return transform;
 }

@@ -17,12 +17,16 @@ TEST_F(UriTest, OnlyPlainRelativeReferencesAreStreamed) {
     std::string_view uri;
     bool isStreamed;
   } rows[] = {
-      {"a", true},           {"a/b.bin", true},      {"../a", true},      {"./a", true},
-      {"a/b:c", true},       {"data#x/f", true},     {"a b", true},       {"\\a", true},
-      {"", false},           {"#id", false},         {"#a/b", false},     {"a#b", false},
-      {"d/a#b", false},      {"/abs", false},        {"x:y", false},      {"c:\\a", false},
-      {"http://h/a", false}, {"HTTPS://h/a", false}, {"file:///a", false},
-      {std::string_view("a\0b", 3), false},
+      {"a", true},           {"a/b.bin", true},
+      {"../a", true},        {"./a", true},
+      {"a/b:c", true},       {"data#x/f", true},
+      {"a b", true},         {"\\a", true},
+      {"", false},           {"#id", false},
+      {"#a/b", false},       {"a#b", false},
+      {"d/a#b", false},      {"/abs", false},
+      {"x:y", false},        {"c:\\a", false},
+      {"http://h/a", false}, {"HTTPS://h/a", false},
+      {"file:///a", false},  {std::string_view("a\0b", 3), false},
   };
   for (const auto &row : rows) {
     EXPECT_EQ(isOctstreamUri(str(row.uri).get()), row.isStreamed ? 1 : 0) << row.uri;
@@ -86,9 +90,8 @@ TEST_F(UriTest, EncodingTakesTextWithAColonForAUri) {
   const struct {
     const char *text;
     const char *encoded;
-  } rows[] = {{"a b/c", "a%20b/c"}, {"", ""},
-              {"a/b", "a/b"},       {"\xC3\xA9", "%C3%A9"},
-              {"#id", "#id"},       {"http://h/a?b=c", "http://h/a?b=c"},
+  } rows[] = {{"a b/c", "a%20b/c"},   {"", ""},       {"a/b", "a/b"},
+              {"\xC3\xA9", "%C3%A9"}, {"#id", "#id"}, {"http://h/a?b=c", "http://h/a?b=c"},
               {"urn:x", "urn:x"}};
   for (const auto &row : rows) {
     EXPECT_EQ(take(talvo_xml_uri_encode(str(row.text).get())), row.encoded) << row.text;

@@ -1,0 +1,322 @@
+#include "transform/canonicalize.h"
+
+#include <random>
+#include <vector>
+
+#include <libxml/c14n.h>
+
+#include "support/contexts.h"
+#include "support/every_allocation_fails.h"
+#include "support/workshop.h"
+#include "transform/transform_support.h"
+#include "xml/native.h"
+
+namespace talvo::test {
+namespace {
+
+class CanonicalizeTest : public LibraryTest {};
+
+std::string c14nNode(XmlNode *node, uint32_t method, const List &prefixes = nullptr) {
+  return take(talvo_xml_c14nnode(node, method, prefixes.get()));
+}
+
+constexpr std::string_view kDocuments[] = {
+    "<a/>",
+    "<?xml-stylesheet href='x'?>\n<!--before--><a><!--in--></a><!--after-->\n<?end  of it ?>",
+    "<a xmlns='urn:d' xmlns:p='urn:p' xmlns:q='urn:q'><b xmlns=''><p:c q:z='1' a='2' p:b='3'/></b>"
+    "<c xmlns='urn:d'/><p:d xmlns:p='urn:other' xmlns:q='urn:q'><p:e/></p:d></a>",
+    "<a xml:lang='en' xml:space='preserve' xml:base='http://h/x/' xml:id='i'><b xml:lang='de'>"
+    "<c xml:base='../y'/></b></a>",
+    "<!DOCTYPE a [<!ENTITY e 'text &lt; more'><!ATTLIST b c CDATA 'default' t NMTOKEN #IMPLIED>]>"
+    "<a>&e;<b t='  n  '/><![CDATA[<raw> & ]]]]><![CDATA[>]]></a>",
+    "<a b='&quot;&#9;&#10;&#13;&lt;&gt;&amp;&apos;'>&quot;&#9;&#13;&lt;&gt;&amp; \xC3\xA9 "
+    "\xF0\x9F\x98\x80\r\nline</a>",
+    "<r xmlns:a='urn:1' xmlns:b='urn:1'><b:x a:k='1'/><a:x b:k='1' k='0'/></r>",
+};
+
+TEST_F(CanonicalizeTest, WholeDocumentsAgreeWithXmllint) {
+  if (!hasProgram("xmllint")) {
+    GTEST_SKIP() << "xmllint is not installed";
+  }
+  const Workshop shop;
+  constexpr std::pair<uint32_t, const char *> kMethods[] = {
+      {2, "--c14n"}, {4, "--exc-c14n"}, {7, "--c14n11"}};
+  for (const std::string_view xml : kDocuments) {
+    const Document document = parse(xml);
+    shop.write("in.xml", xml);
+    for (const auto &[method, option] : kMethods) {
+      SCOPED_TRACE(std::string(option) + " " + std::string(xml));
+      ASSERT_TRUE(shop.run(std::string("xmllint --noent --dtdattr ") + option + " in.xml >out"));
+      EXPECT_EQ(c14nNode(document.get(), method), shop.read("out"));
+    }
+  }
+}
+
+TEST_F(CanonicalizeTest, MethodsDifferInCommentsNamespacesAndXmlAttributes) {
+  const Document document = parse(
+      "<a xmlns:u='urn:u' xmlns:v='urn:v' xml:lang='en' xml:id='i'><b v:x=''><!--c--></b></a>");
+  const List prefixes = stringList({"u", "#default"});
+  const struct {
+    uint32_t method;
+    const char *octets;
+  } rows[] = {
+      {1, "<b xmlns:u=\"urn:u\" xmlns:v=\"urn:v\" xml:id=\"i\" xml:lang=\"en\" v:x=\"\"></b>"},
+      {2,
+       "<b xmlns:u=\"urn:u\" xmlns:v=\"urn:v\" xml:id=\"i\" xml:lang=\"en\" v:x=\"\"><!--c--></b>"},
+      {3, "<b xmlns:u=\"urn:u\" xmlns:v=\"urn:v\" v:x=\"\"></b>"},
+      {4, "<b xmlns:u=\"urn:u\" xmlns:v=\"urn:v\" v:x=\"\"><!--c--></b>"},
+      {6, "<b xmlns:u=\"urn:u\" xmlns:v=\"urn:v\" xml:lang=\"en\" v:x=\"\"></b>"},
+      {7, "<b xmlns:u=\"urn:u\" xmlns:v=\"urn:v\" xml:lang=\"en\" v:x=\"\"><!--c--></b>"},
+      {0, "(null)"},
+      {5, "(null)"},
+      {8, "(null)"},
+  };
+  XmlNode *b = find(document.get(), "b");
+  for (const auto &row : rows) {
+    EXPECT_EQ(c14nNode(b, row.method, prefixes), row.octets) << row.method;
+  }
+  EXPECT_EQ(c14nNode(b, 3), "<b xmlns:v=\"urn:v\" v:x=\"\"></b>");
+}
+
+TEST_F(CanonicalizeTest, PrefixListsAreTakenAsTheyStand) {
+  const Document document = parse("<a xmlns='urn:d' xmlns:u='urn:u'><b xmlns=''/><u:c/></a>");
+  XmlNode *c = find(document.get(), "u:c");
+  EXPECT_EQ(c14nNode(c, 3, stringList({"#default"})),
+            "<u:c xmlns=\"urn:d\" xmlns:u=\"urn:u\"></u:c>");
+  EXPECT_EQ(c14nNode(c, 3, stringList({})), "<u:c xmlns:u=\"urn:u\"></u:c>");
+  const List withNul = stringList({std::string_view("u\0", 2)});
+  EXPECT_EQ(c14nNode(c, 3, withNul), "(null)");
+  EXPECT_EQ(c14nNode(c, 1, withNul), "<u:c xmlns=\"urn:d\" xmlns:u=\"urn:u\"></u:c>");
+}
+
+TEST_F(CanonicalizeTest, AnyNodeOfADocumentHasAForm) {
+  const Document document = parse("<a b='1'>t<!--c--><?p d?></a>");
+  const std::pair<const char *, const char *> rows[] = {{"@b", " b=\"1\""},
+                                                        {"text()", "t"},
+                                                        {"comment()", "<!--c-->\n"},
+                                                        {"processing-instruction()", "<?p d?>\n"}};
+  for (const auto &[path, octets] : rows) {
+    EXPECT_EQ(c14nNode(find(document.get(), path), 2), octets) << path;
+  }
+}
+
+TEST_F(CanonicalizeTest, NodesOutsideTheTreeHaveNone) {
+  const Document document = parse("<a><b><c/></b></a>");
+  XmlNode *b = find(document.get(), "b");
+  XmlNode *c = find(document.get(), "b/c");
+  talvo_xml_node_remove(b);
+  // The child of a removed node still names the document, which does not reach it.
+  EXPECT_EQ(c14nNode(b, 1), "(null)");
+  EXPECT_EQ(c14nNode(c, 1), "(null)");
+  EXPECT_EQ(c14nNode(nullptr, 1), "(null)");
+  EXPECT_EQ(c14n(subtreeOf(document.get(), c).get()), "");
+}
+
+TEST_F(CanonicalizeTest, RelativeNamespacesAnywhereAreRefused) {
+  for (const char *uri : {"rel", "mailto", "#f", "urn:x y", "../up", "\xC3\xA9"}) {
+    const std::string declaration = std::string("xmlns:r='") + uri + "'";
+    for (const std::string &xml :
+         {"<a><b/><c " + declaration + "/></a>", "<a " + declaration + "><b/></a>",
+          "<a><b " + declaration + "/></a>"}) {
+      const Document document = parse(xml);
+      for (uint32_t method : {1U, 3U, 6U}) {
+        EXPECT_EQ(c14nNode(find(document.get(), "b"), method), "(null)") << xml;
+        EXPECT_EQ(c14nNode(document.get(), method), "(null)") << xml;
+      }
+    }
+  }
+  const Document fine = parse("<a xmlns:m='mailto:x' xmlns=''><b/></a>");
+  EXPECT_EQ(c14nNode(find(fine.get(), "b"), 3), "<b></b>");
+}
+
+TEST_F(CanonicalizeTest, EntityReferencesAnywhereAreRefused) {
+  const Document document = parse("<a><b/><c/></a>");
+  xmlNode *c = native(find(document.get(), "c"));
+  xmlAddChild(c, xmlNewReference(c->doc, xmlText("undefined")));
+  EXPECT_EQ(c14nNode(find(document.get(), "b"), 3), "(null)");
+  EXPECT_EQ(c14nNode(document.get(), 1), "(null)");
+}
+
+TEST_F(CanonicalizeTest, NamespacesThatCostTooMuchAreRefused) {
+  std::string xml = "<r";
+  for (int i = 0; i < 1500; ++i) {
+    xml += " xmlns:n" + std::to_string(i) + "='urn:n'";
+  }
+  xml += ">";
+  for (int i = 0; i < 1500; ++i) {
+    xml += "<e/>";
+  }
+  const Document document = parse(xml + "</r>");
+  XmlNode *e = find(document.get(), "e");
+  EXPECT_EQ(c14nNode(e, 1), "(null)");
+  EXPECT_EQ(c14nNode(e, 6), "(null)");
+  EXPECT_EQ(c14nNode(e, 3), "<e></e>");
+}
+
+TEST_F(CanonicalizeTest, ASinkThatRefusesEndsInFailure) {
+  class Refusing final : public OctetSink {
+   public:
+    bool write(Bytes) noexcept override { return --left_ >= 0; }
+
+   private:
+    int left_ = 1;
+  };
+  const Document document = parse("<a>" + std::string(100000, 'x') + "</a>");
+  Refusing sink;
+  EXPECT_FALSE(canonicalizeSubtree(sink, document.get(), 1, nullptr));
+}
+
+TEST_F(CanonicalizeTest, OctetsArriveInPieces) {
+  class Counting final : public OctetSink {
+   public:
+    bool write(Bytes octets) noexcept override {
+      largest = std::max(largest, octets.size());
+      total += octets.size();
+      return true;
+    }
+    size_t largest = 0;
+    size_t total = 0;
+  };
+  std::string xml = "<a>";
+  for (int i = 0; i < 10000; ++i) {
+    xml += "<b>some text</b>";
+  }
+  const Document document = parse(xml + "</a>");
+  Counting sink;
+  EXPECT_TRUE(canonicalizeSubtree(sink, document.get(), 1, nullptr));
+  EXPECT_EQ(sink.total, 160007U);
+  EXPECT_LT(sink.largest, 20000U);
+}
+
+TEST_F(CanonicalizeTest, AFitDocumentIsInspectedOnceWithinAScope) {
+  const Document document = parse("<a><b/><c/></a>");
+  XmlNode *b = find(document.get(), "b");
+  {
+    const FitnessScope outer;
+    EXPECT_EQ(c14nNode(b, 3), "<b></b>");
+    { const FitnessScope inner; }
+    // Against the promise: so the scope is seen to remember.
+    talvo_xml_node_newns(find(document.get(), "c"), str("rel").get(), str("r").get());
+    EXPECT_EQ(c14nNode(b, 3), "<b></b>");
+  }
+  EXPECT_EQ(c14nNode(b, 3), "(null)");
+}
+
+TEST_F(CanonicalizeTest, ExhaustedMemoryIsAFailure) {
+  const Document document = parse("<a xmlns:u='urn:u'><b>text</b></a>");
+  const List prefixes = stringList({"u"});
+  everyAllocationFails(
+      [&] { return Blob(talvo_xml_c14nnode(document.get(), 3, prefixes.get())) != nullptr; });
+}
+
+// ---- against libxml2 with a visibility callback that answers by the definition ----
+
+struct Definition {
+  const xmlNode *apex;
+  const xmlNode *excluded;
+  bool withComments;
+};
+
+bool isAtOrBelowTop(const xmlNode *node, const xmlNode *parent, const xmlNode *top) {
+  while (node != top && parent != nullptr && parent->type == XML_ELEMENT_NODE) {
+    node = parent;
+    parent = parent->parent;
+  }
+  return node == top;
+}
+
+int isSelected(void *definition, xmlNode *node, xmlNode *parent) {
+  const auto *rule = static_cast<const Definition *>(definition);
+  const bool isIn = rule->apex == nullptr || isAtOrBelowTop(node, parent, rule->apex);
+  const bool isOut = rule->excluded != nullptr && isAtOrBelowTop(node, parent, rule->excluded);
+  return isIn && !isOut && (rule->withComments || node->type != XML_COMMENT_NODE) ? 1 : 0;
+}
+
+std::string byDefinition(xmlDoc *document, Definition rule, int32_t method) {
+  constexpr xmlC14NMode kModes[] = {XML_C14N_1_0, XML_C14N_EXCLUSIVE_1_0, XML_C14N_1_1,
+                                    XML_C14N_1_1};
+  xmlOutputBuffer *buffer = xmlAllocOutputBuffer(nullptr);
+  const bool withComments = method == 2 || method == 4 || method == 7;
+  const int result = xmlC14NExecute(document, isSelected, &rule, kModes[(method - 1) / 2], nullptr,
+                                    withComments ? 1 : 0, buffer);
+  const std::string octets = result < 0 ? "(null)"
+                                        : std::string(plainText(xmlOutputBufferGetContent(buffer)),
+                                                      xmlOutputBufferGetSize(buffer));
+  xmlOutputBufferClose(buffer);
+  return octets;
+}
+
+// Documents with everything that canonicalisation looks at, in random places.
+class RandomDocument {
+ public:
+  explicit RandomDocument(uint32_t seed) : random_(seed) {}
+
+  std::string text() { return "<!--0--><?p?>" + element(4) + "<!--9-->"; }
+  bool oneOf(uint32_t count) { return pick(count) == 0; }
+  uint32_t pick(uint32_t count) { return static_cast<uint32_t>(random_()) % count; }
+
+ private:
+  std::string element(int depth) {
+    static constexpr const char *kAttributes[] = {
+        " xmlns='urn:d'", " xmlns:p='urn:p'",      " xmlns:q='urn:p'", " xml:lang='l'",
+        " xml:base='b/'", " xml:space='preserve'", " xml:id='i'",      " k='v'",
+        " xml:base=''",   " xmlns:p='urn:q'",      " xmlns=''"};
+    std::string start = "<e";
+    uint32_t used = 0;
+    for (uint32_t i = 0; i < std::size(kAttributes); ++i) {
+      const bool isTwice = (i == 8 && (used & 16U) != 0) || (i == 9 && (used & 2U) != 0) ||
+                           (i == 10 && (used & 1U) != 0);
+      if (oneOf(4) && !isTwice) {
+        start += kAttributes[i];
+        used |= 1U << i;
+      }
+    }
+    std::string content;
+    for (uint32_t i = depth > 0 ? pick(5) : 0; i > 0; --i) {
+      static constexpr const char *kLeaves[] = {"t&amp;", "<!--c-->", "<?q r?>"};
+      content += oneOf(3) ? kLeaves[pick(3)] : element(depth - 1);
+    }
+    return start + ">" + content + "</e>";
+  }
+
+  std::minstd_rand random_;
+};
+
+std::vector<xmlNode *> elementsOf(XmlDoc *document) {
+  std::vector<xmlNode *> elements;
+  talvo_arraylist *list = nullptr;
+  talvo_xml_node_findxpath(document, str("//*").get(), &list);
+  const List found(list);
+  for (XmlNode *element : items<XmlNode>(found)) {
+    elements.push_back(native(element));
+  }
+  return elements;
+}
+
+TEST_F(CanonicalizeTest, ShortCutsGiveTheOctetsOfTheDefinition) {
+  for (uint32_t seed = 1; seed <= 60; ++seed) {
+    RandomDocument random(seed);
+    const Document document = parse(random.text());
+    const std::vector<xmlNode *> elements = elementsOf(document.get());
+    for (int32_t method : {1, 2, 3, 4, 6, 7}) {
+      for (int round = 0; round < 4; ++round) {
+        const auto count = static_cast<uint32_t>(elements.size());
+        Definition rule{nullptr, nullptr, random.oneOf(2)};
+        rule.apex = random.oneOf(4) ? nullptr : elements[random.pick(count)];
+        rule.excluded = random.oneOf(2) ? nullptr : elements[random.pick(count)];
+        XmlNode *apex = handleOf(const_cast<xmlNode *>(rule.apex));
+        OwnedNodeSet nodes = subtreeOf(document.get(), apex, rule.withComments);
+        if (rule.excluded != nullptr) {
+          XmlNode *excluded = handleOf(const_cast<xmlNode *>(rule.excluded));
+          nodes = chained(std::move(nodes),
+                          talvo_xml_nodeset_enveloped_signature(document.get(), excluded));
+        }
+        ASSERT_EQ(c14n(nodes.get(), method), byDefinition(nativeDoc(document.get()), rule, method))
+            << "seed " << seed << " method " << method;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace talvo::test
