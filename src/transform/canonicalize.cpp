@@ -247,7 +247,8 @@ bool OctetCollector::write(Bytes octets) noexcept {
   });
 }
 
-FitnessScope::FitnessScope() noexcept : isOutermost_(currentScope == nullptr) {
+FitnessScope::FitnessScope(const XmlDoc *document) noexcept
+    : document_(document), isOutermost_(currentScope == nullptr) {
   if (isOutermost_) {
     currentScope = this;
   }
@@ -260,13 +261,14 @@ FitnessScope::~FitnessScope() {
 }
 
 bool FitnessScope::isFit(const XmlDoc *document, bool isInclusive) noexcept {
-  FitnessScope *scope = currentScope;
-  if (scope != nullptr && scope->fitDocument_ == document) {
+  FitnessScope *scope =
+      currentScope != nullptr && currentScope->document_ == document ? currentScope : nullptr;
+  if (scope != nullptr && scope->isFit_) {
     return true;
   }
   const Fitness fitness = Inspection().of(nativeDoc(document));
-  if (scope != nullptr && fitness.isCanonical && fitness.isAffordable) {
-    scope->fitDocument_ = document;
+  if (scope != nullptr) {
+    scope->isFit_ = fitness.isCanonical && fitness.isAffordable;
   }
   return fitness.isCanonical && (fitness.isAffordable || !isInclusive);
 }

@@ -43,13 +43,13 @@ bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **pr
 bool canonicalizeSubtree(OctetSink &sink, XmlNode *node, int32_t method, char **prefixes) noexcept;
 Blob canonicalize(NodeSet *nodes, int32_t method, char **prefixes) noexcept;
 
-// While one of these lives, a document that was once found fit for canonicalisation is not
-// inspected again for its next subtree: with many references in one document that would cost the
-// square of their number. The owner promises to add no element, attribute or namespace declaration
-// meanwhile; text may be added. Scopes nest; the outermost one remembers, for its own thread.
+// While one of these lives, its document is inspected once and not again for the next subtree: with
+// many references in one document that would cost the square of their number. The owner promises
+// that the document lives and gets no element, attribute or namespace declaration meanwhile; text
+// may be added. Scopes nest; the outermost one remembers, for its own thread.
 class FitnessScope {
  public:
-  FitnessScope() noexcept;
+  explicit FitnessScope(const XmlDoc *document) noexcept;
   ~FitnessScope();
   FitnessScope(const FitnessScope &) = delete;
   FitnessScope &operator=(const FitnessScope &) = delete;
@@ -58,8 +58,9 @@ class FitnessScope {
   static bool isFit(const XmlDoc *document, bool isInclusive) noexcept;
 
  private:
-  const XmlDoc *fitDocument_ = nullptr;
-  bool isOutermost_ = false;
+  const XmlDoc *document_;
+  bool isFit_ = false;
+  bool isOutermost_;
 };
 
 }  // namespace talvo

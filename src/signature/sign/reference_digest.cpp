@@ -11,6 +11,7 @@
 #include "signature/vocabulary/algorithm.h"
 #include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
+#include "transform/canonicalize.h"
 #include "transform/dereference.h"
 #include "transform/digest.h"
 #include "transform/uri.h"
@@ -188,6 +189,7 @@ int32_t digestReferences(const DigestRun &run, const List &contexts, uint32_t *e
   }
   const List owner(found);
   const ListView<XmlNode> elements = items<XmlNode>(owner);
+  const FitnessScope scope(run.doc);
   int32_t position = 0;
   for (ReferenceCtx *context : items<ReferenceCtx>(contexts)) {
     const SignatureTarget target(context, run.signatureElement);

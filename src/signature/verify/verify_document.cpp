@@ -6,6 +6,7 @@
 #include "signature/decode/signature.h"
 #include "signature/record/record.h"
 #include "signature/vocabulary/error.h"
+#include "transform/canonicalize.h"
 
 namespace talvo {
 namespace {
@@ -76,6 +77,7 @@ int32_t verifyDocument(XmlDoc *doc, const VerifyRun &run, talvo_arraylist **keys
   if (talvo_xml_signature_setid(doc) != 1) {
     return fail(run.error, VerifyError::idRegistration);
   }
+  const FitnessScope scope(doc);
   List verified = verifyAll(elements, run);
   if (!verified) {
     return 0;

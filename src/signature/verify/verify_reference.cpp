@@ -8,6 +8,7 @@
 #include "signature/vocabulary/algorithm.h"
 #include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
+#include "transform/canonicalize.h"
 #include "transform/dereference.h"
 #include "transform/digest.h"
 #include "transform/uri.h"
@@ -82,6 +83,7 @@ int32_t verifyReferences(const Signature *signature, uint32_t flags, ExternalDat
   if (withoutUri > 1) {
     return fail(error, VerifyError::tooManyReferencesWithoutUri);
   }
+  const FitnessScope scope(signature->document);
   for (const Reference *reference : references) {
     if (verifyReference(reference, flags, signature->basePath.get(), data, error) != 1) {
       return 0;
