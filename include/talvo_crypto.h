@@ -22,6 +22,8 @@
  *   verify with algorithm 25 only, keys on any other curve never with it.
  * - No function leaves anything on the calling thread's OpenSSL error queue or takes away what the
  *   application had there.
+ * - The certificates read last (at most 128) are remembered process-wide, since reading one takes
+ *   longer than verifying with it.
  * - Threads: two handles of one key or certificate (made by a dup function) may be used in two
  *   threads.
  */

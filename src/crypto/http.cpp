@@ -98,7 +98,8 @@ bool setLimits(CURL *curl, const HttpOptions &options) noexcept {
          set(curl, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(options.bodyLimit)) &&
          set(curl, CURLOPT_PROXY, "") && set(curl, CURLOPT_NOPROXY, "*") &&
          set(curl, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED)) &&
-         set(curl, CURLOPT_SSL_VERIFYPEER, 1L) && set(curl, CURLOPT_SSL_VERIFYHOST, 2L);
+         set(curl, CURLOPT_SSL_VERIFYPEER, 1L) && set(curl, CURLOPT_SSL_VERIFYHOST, 2L) &&
+         (options.authorities == nullptr || set(curl, CURLOPT_CAINFO, options.authorities));
 }
 
 HttpAnswer perform(CURL *curl, const char *url, const HttpOptions &options) noexcept {

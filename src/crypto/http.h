@@ -12,6 +12,7 @@ struct HttpOptions {
   long connectMilliseconds = 10'000;
   long totalMilliseconds = 60'000;
   size_t bodyLimit = size_t{100} << 20U;
+  const char *authorities = nullptr;  // a PEM file of trusted roots in place of the system's
 };
 
 struct HttpAnswer {

@@ -158,6 +158,15 @@ TEST_F(TimeStampTest, CertificatesSignedWithSm2AreTrustedToo) {
   EXPECT_TRUE(verify(freshToken(authority), trustedList({&authority.root()}).get()));
 }
 
+TEST_F(TimeStampTest, OnlyTimeStampingCertificatesMayStamp) {
+  const TimeStampAuthority authority;
+  const std::string token = freshToken(authority);
+  EXPECT_TRUE(verify(signTokenAgain(token, authority.signer())));
+  const Identity plain = makeIdentity({.keyUsage = kDigitalSignature});
+  EXPECT_FALSE(verify(signTokenAgain(token, plain)));
+  EXPECT_FALSE(verify(signTokenAgain(token, plain), trustedList({&plain}).get()));
+}
+
 TEST_F(TimeStampTest, DamagedTokensAreRefused) {
   const TimeStampAuthority authority;
   const std::string token = freshToken(authority);

@@ -3,6 +3,8 @@
 #include <array>
 
 #include <openssl/err.h>
+#include <openssl/ess.h>
+#include <openssl/pkcs7.h>
 #include <openssl/ts.h>
 
 namespace talvo::test {
@@ -89,7 +91,51 @@ void allowEveryDigest(TS_RESP_CTX *context) {
   }
 }
 
+using Container = Handle<PKCS7, PKCS7_free>;
+using SigningCertificate = Handle<ESS_SIGNING_CERT_V2, ESS_SIGNING_CERT_V2_free>;
+
+// Empty: what is written while signing fills it.
+PKCS7 *newContent() {
+  PKCS7 *content = PKCS7_new();
+  content->type = OBJ_nid2obj(NID_id_smime_ct_TSTInfo);
+  content->d.other = ASN1_TYPE_new();
+  ASN1_TYPE_set(content->d.other, V_ASN1_OCTET_STRING, ASN1_OCTET_STRING_new());
+  return content;
+}
+
+void addSigningCertificate(PKCS7_SIGNER_INFO *signer, const X509 *x509) {
+  const SigningCertificate reference(
+      OSSL_ESS_signing_cert_v2_new_init(EVP_sha256(), x509, nullptr, 1));
+  unsigned char *der = nullptr;
+  const int length = i2d_ESS_SIGNING_CERT_V2(reference.get(), &der);
+  ASN1_STRING *value = ASN1_STRING_new();
+  ASN1_STRING_set0(value, der, length);
+  PKCS7_add_signed_attribute(signer, NID_id_smime_aa_signingCertificateV2, V_ASN1_SEQUENCE, value);
+}
+
 }  // namespace
+
+std::string signTokenAgain(const std::string &token, const Identity &signer) {
+  const auto *bytes = reinterpret_cast<const unsigned char *>(token.data());
+  const Container old(d2i_PKCS7(nullptr, &bytes, static_cast<long>(token.size())));
+  const ASN1_OCTET_STRING *info = old->d.sign->contents->d.other->value.octet_string;
+  const Container fresh(PKCS7_new());
+  PKCS7_set_type(fresh.get(), NID_pkcs7_signed);
+  PKCS7_add_certificate(fresh.get(), signer.x509.get());
+  PKCS7_SIGNER_INFO *signerInfo =
+      PKCS7_add_signature(fresh.get(), signer.x509.get(), evpKey(signer.kind), EVP_sha256());
+  PKCS7_add_attrib_content_type(signerInfo, OBJ_nid2obj(NID_id_smime_ct_TSTInfo));
+  addSigningCertificate(signerInfo, signer.x509.get());
+  PKCS7_set_content(fresh.get(), newContent());
+  const MemoryBio sink(PKCS7_dataInit(fresh.get(), nullptr));
+  BIO_write(sink.get(), ASN1_STRING_get0_data(info), ASN1_STRING_length(info));
+  PKCS7_dataFinal(fresh.get(), sink.get());
+  unsigned char *der = nullptr;
+  const int length = i2d_PKCS7(fresh.get(), &der);
+  std::string result(reinterpret_cast<char *>(der), static_cast<size_t>(length));
+  OPENSSL_free(der);
+  return result;
+}
 
 TimeStampAuthority::TimeStampAuthority(TsaMode mode, KeyKind authorityKind)
     : mode_(mode),

@@ -42,4 +42,7 @@ class TimeStampAuthority {
   HttpServer server_;  // last: its thread uses the others
 };
 
+// The token's content signed again, by any identity with an RSA key.
+std::string signTokenAgain(const std::string &token, const Identity &signer);
+
 }  // namespace talvo::test
