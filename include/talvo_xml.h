@@ -702,9 +702,9 @@ TALVO_API XmlNode *talvo_xml_keyinfonode_gen(
 TALVO_API XmlNode *talvo_xml_x509datanode_gen(XmlDoc *doc, XmlNode *ns,
                                               const TalvoPKICert *certificate) TALVO_NOEXCEPT;
 /* talvo_xml_objectsnode_gen makes a run of Object elements, each followed by a line feed, from a list
- * of at least one ObjectCtx. The nodes of contexts move into them; when the generation fails after
- * that, they are freed with what had been made. An Object around SignatureProperties or a Manifest
- * has no attributes: the Id stands on the element inside. */
+ * of at least one ObjectCtx. The nodes of contexts move into them, or stay where they are when
+ * the generation fails. An Object around SignatureProperties or a Manifest has no attributes: the Id
+ * stands on the element inside. */
 TALVO_API XmlNode *talvo_xml_objectsnode_gen(XmlDoc *doc, XmlNode *ns,
                                              const talvo_arraylist *objects) TALVO_NOEXCEPT;
 /* talvo_xml_signature_inclusivenamespaces_gen makes InclusiveNamespaces, which declares its own
