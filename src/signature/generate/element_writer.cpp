@@ -105,6 +105,16 @@ XmlNode *addPart(XmlDoc *doc, XmlNode *last, OwnedNode run) noexcept {
   return linked == nullptr ? nullptr : addlfsibling(doc, linked);
 }
 
+XmlNode *findId(const XmlNode *element) noexcept {
+  for (XmlNode *attribute = talvo_xml_node_getattribute(element); attribute != nullptr;
+       attribute = talvo_xml_node_getnextsibling(attribute)) {
+    if (matches(attribute, g_xml_signature_id, nullptr)) {
+      return attribute;
+    }
+  }
+  return nullptr;
+}
+
 OwnedNode generateText(XmlDoc *doc, const XmlNode *ns, const talvo_ustring *name,
                        const talvo_ustring *text) noexcept {
   return ElementWriter(doc, ns, name).text(text).take();

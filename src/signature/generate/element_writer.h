@@ -75,6 +75,10 @@ class RunWriter {
 // text. Returns the last node linked, or null.
 XmlNode *addPart(XmlDoc *doc, XmlNode *last, OwnedNode run) noexcept;
 
+// The Id attribute of an element, null without one. All attributes are looked at: an Id that is
+// overlooked would be written a second time.
+XmlNode *findId(const XmlNode *element) noexcept;
+
 // An element that holds only text.
 OwnedNode generateText(XmlDoc *doc, const XmlNode *ns, const talvo_ustring *name,
                        const talvo_ustring *text) noexcept;

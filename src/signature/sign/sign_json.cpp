@@ -63,14 +63,21 @@ bool readParameters(JsonRun *run, uint32_t *error) noexcept {
 // The Id that the properties point at: the one asked for, the one that is there, or a new one where it is needed.
 bool settleId(JsonRun *run) noexcept {
   UString &id = run->entry.signatureId;
+  XmlNode *present = findId(run->element);
+  if (present != nullptr && id) {
+    return talvo_xml_node_setvalue(present, id.get()) == 1;
+  }
+  if (present != nullptr) {
+    id.reset(talvo_xml_node_getvalue(present));
+    return id != nullptr;
+  }
+  if (!id && !run->context->asksForXades()) {
+    return true;
+  }
   if (!id) {
-    id.reset(talvo_xml_node_getattributevalue(run->element, g_xml_signature_id, nullptr));
-    if (id || !run->context->asksForXades()) {
-      return true;
-    }
     id.reset(genId());
   }
-  return talvo_xml_node_newattr(run->element, nullptr, g_xml_signature_id, id.get()) != nullptr;
+  return addAttribute(run->element, g_xml_signature_id, id.get());
 }
 
 // The node behind which SignedInfo goes: the first child, and never an Object, which has to follow.

@@ -173,15 +173,11 @@ SignatureRecord decodeCounterSignature(XmlNode *element, const Signature &parent
   if (!decoded) {
     return nullptr;
   }
-  if (certificate != nullptr) {
-    // One that may not sign is refused here and simply not tried.
-    talvo_xml_signature_addcert(decoded.get(), certificate);
-  }
-  if (parent.basePath &&
-      talvo_xml_signature_setbasepath(decoded.get(), parent.basePath.get()) != 1) {
-    return nullptr;
-  }
-  return decoded;
+  const bool isPrepared =
+      (certificate == nullptr || talvo_xml_signature_addcert(decoded.get(), certificate) == 1) &&
+      (!parent.basePath ||
+       talvo_xml_signature_setbasepath(decoded.get(), parent.basePath.get()) == 1);
+  return isPrepared ? std::move(decoded) : nullptr;
 }
 
 Certificate verifyCounterSignature(XmlNode *element, const Signature &parent,

@@ -37,26 +37,12 @@ XmlNode *findQualifyingProperties(const XmlNode *child) noexcept {
   return nullptr;
 }
 
-// All attributes are looked at: an Id that is overlooked would be written a second time.
-UString idOf(const XmlNode *element) noexcept {
-  for (XmlNode *attribute = talvo_xml_node_getattribute(element); attribute != nullptr;
-       attribute = talvo_xml_node_getnextsibling(attribute)) {
-    if (matches(attribute, g_xml_signature_id, nullptr)) {
-      return UString(talvo_xml_node_getvalue(attribute));
-    }
-  }
-  return nullptr;
-}
-
 UString findOrMakeId(XmlNode *element) noexcept {
-  UString id = idOf(element);
-  if (!id) {
-    id.reset(genId());
-    if (!id || !addAttribute(element, g_xml_signature_id, id.get())) {
-      return nullptr;
-    }
+  if (const XmlNode *present = findId(element)) {
+    return UString(talvo_xml_node_getvalue(present));
   }
-  return id;
+  UString id(genId());
+  return addAttribute(element, g_xml_signature_id, id.get()) ? std::move(id) : nullptr;
 }
 
 XmlNode *addQualifyingProperties(const XmlNode *child) noexcept {

@@ -105,8 +105,18 @@ OwnedNode plainText(XmlDoc *doc, const talvo_ustring *name, const talvo_ustring 
   return ElementWriter::plain(doc, name).text(text).take();
 }
 
+// A number that cannot be read is left out; one that the memory did not suffice for is a failure.
+bool readNumber(const talvo_crl *crl, UString *number) noexcept {
+  const int64_t refusals = talvo_memory_getrefusals();
+  *number = numberText(crl);
+  return *number != nullptr || talvo_memory_getrefusals() == refusals;
+}
+
 OwnedNode makeIdentifier(const CrlRun &run) noexcept {
-  const UString number = numberText(run.crl);
+  UString number;
+  if (!readNumber(run.crl, &number)) {
+    return nullptr;
+  }
   ElementWriter identifier = ElementWriter::plain(run.doc, g_xml_xades_crlidentifier);
   identifier.open()
       .part(plainText(run.doc, g_xml_xades_crlissuer, issuerText(run.crl).get()))
