@@ -195,6 +195,14 @@ TEST_F(OpenTest, LockedKeyOfABundleWaitsForItsCredential) {
   }
 }
 
+TEST_F(OpenTest, UnlockedKeyOfAnotherCertificateIsNotHandedOut) {
+  const std::string bundle = makeIdentity().pem() + encryptedKeyPem(KeyKind::rsaOther, "secret");
+  const Opened opened = openCertificate(bundle, nullptr);
+  ASSERT_EQ(TalvoPKICertHasKeyPair(opened.certificate.get()), 2);
+  TalvoPKICert *certificate = opened.certificate.get();
+  EXPECT_EQ(KeyPair(TalvoPKICertGetCertKeyPair(certificate, 0x40000000, 2, "secret")), nullptr);
+}
+
 TEST_F(OpenTest, KeyIsGivenOnlyToItsOwnCertificate) {
   const Identity identity = makeIdentity({.kind = KeyKind::sm2});
   const Certificate certificate = identity.publicCertificate();
