@@ -740,96 +740,325 @@ TALVO_API XmlNode *talvo_xml_signature_xades_encder_gen(XmlDoc *doc, XmlNode *ns
 TALVO_API XmlNode *talvo_xml_signature_xades_getLastChildPos(XmlDoc *doc,
                                                              XmlNode *element) TALVO_NOEXCEPT;
 
-/* ---- signing ---- */
-
-TALVO_API int32_t talvo_xml_signature_calcrefdigestvalue(XmlDoc *doc, XmlNode *signatureElement,
-                                                         SignedInfoCtx *context,
-                                                         const talvo_ustring *basePath,
-                                                         uint32_t dereferenceFlag,
-                                                         uint32_t *error) TALVO_NOEXCEPT;
-TALVO_API int32_t talvo_xml_signature_calcsignature(XmlDoc *doc, XmlNode *signatureElement,
-                                                    TalvoPKIKeyPair *keyPair,
-                                                    int32_t signatureMethod, uint32_t c14nMethod,
-                                                    const talvo_arraylist *prefixes,
-                                                    uint32_t *error) TALVO_NOEXCEPT;
-TALVO_API talvo_ustring *talvo_xml_signature_calref(XmlNode *referenceElement,
-                                                    uint32_t dereferenceFlag,
-                                                    const talvo_ustring *basePath,
-                                                    uint32_t *error) TALVO_NOEXCEPT;
+/* ---- signing ----
+ *
+ * XML Signature 1.1. A signature is made in a fixed order: the elements are generated, Ids are
+ * declared, the references are digested (those of Manifests first), SignedInfo is canonicalised and
+ * signed. The codes that the functions of this section, of the next one and the XAdES generators
+ * above write into their error word:
+ *
+ *   1  the key could not sign (it does not fit the method, the method has no signing algorithm), or
+ *      dereferencing failed for a reason that has no code of its own; in the next section: a
+ *      required argument is missing or refused, or the property could not be built or placed
+ *   3  memory is exhausted; an element could not be generated or linked (a method without
+ *      identifier, a certificate that a key without one should have); SignedInfo or a prefix list
+ *      could not be canonicalised or read
+ *   4  a URI of a form that is not supported: a scheme other than http and https, an absolute path,
+ *      a fragment behind a file name, a malformed XPointer
+ *   5  what a URI names does not exist: no element with that Id in the document, no such file, no
+ *      answer 200 from the server
+ *   6  a required argument is missing
+ *   8  the canonicalisation method cannot be used here
+ *   9  no private key
+ *   10 an HMAC method or secret: the library signs with key pairs only
+ *   11 the signature method cannot sign (found by the key check)
+ *   12 the digest method cannot be computed, or not be used for a time-stamp
+ *   13 a transform yielded nothing
+ *   14 more than one reference without URI, or one inside a Manifest
+ *   15 an Id attribute could not be declared
+ *   16 the parent is no element of the document, or the sibling no child of the parent
+ *   17 the key pair does not belong to the certificate or public key
+ *   18 the key usage of the certificate does not allow signatures
+ *   19 a certificate of the signer's path cannot be named in SigningCertificate
+ *   20 an element that should have been there is missing (SignedInfo, DigestValue, SignatureValue),
+ *      or there are not as many Manifest elements as contexts of Manifests
+ *   21 not a Signature element, or one that cannot be completed or lacks its SignatureValue
+ *   22 SignatureValue could not be canonicalised
+ *   23 the time-stamp could not be obtained, or is asked for in a way that cannot be understood
+ *   24 no private key for the certificate (talvo_xml_signature_sign_ex)
+ *   25 the JSON parameters are no object or cannot be understood; talvo_xml_signature_checkparameters
+ *      tells what is wrong with them
+ *   26 the SignatureValue that is to be countersigned has no Id
+ *   27 not a Reference element, one that cannot be decoded, or one without URI
+ *   28 a URI leads to the network, which the dereferencing flags forbid
+ *   29 the signer's certificate cannot be named in SigningCertificate, or its path not be built
+ *
+ * 2, 7, 18, 19 and 24 can also come from digesting a reference, with the meaning that the table of
+ * the verifying family gives them.
+ *
+ * talvo_xml_signature_signex makes a new Signature element (prefix "ds") and signs.
+ *
+ * Its place: right behind `sibling`, a child of `parent`; without sibling, as the last child of
+ * `parent`, an element of `doc`; without parent, as the new root element of `doc`, whose earlier
+ * root is dropped; without document, as the root of a new document, which talvo_xml_node_getdoc
+ * finds and the caller frees (a parent is then ignored).
+ *
+ * `signatureId` becomes its Id; without one it gets a new Id when the context asks for XAdES
+ * properties, else none. `objects` (a list of ObjectCtx) and `extraCertificates` (a list of
+ * TalvoPKICert, written into KeyInfo behind those of the key) may be NULL. `key` is what KeyInfo
+ * speaks of, a certificate (whose key usage must allow signatures) or a public key; `keyPair`
+ * signs. With a `checkKey` other than 0 a trial signature first shows that both belong together.
+ * Relative URIs start from xml:base or the URL of the document where that is absolute, else from
+ * `basePath`, else from the current directory; http and https are fetched.
+ *
+ * Returns 1 and hands out the borrowed element, or 0 with a code: 1 to 6, 8 to 20, 28, 29. On
+ * failure the place is NULL (unless the very arguments were refused), a document made by the call
+ * is freed, and the element is taken out of the caller's document again, which is then as it was but
+ * for two things: Ids of other signatures stay declared, and a root that was replaced does not come
+ * back. Contexts, keys and certificates stay the caller's in any case; nodes that moved from object
+ * contexts into the element come back free-standing or to their old place. */
 TALVO_API int32_t talvo_xml_signature_signex(
     XmlDoc *doc, XmlNode *parent, XmlNode *sibling, const talvo_ustring *signatureId,
     SignedInfoCtx *context, const talvo_arraylist *objects, const SignatureKey *key,
     TalvoPKIKeyPair *keyPair, int32_t checkKey, const talvo_arraylist *extraCertificates,
     const talvo_ustring *basePath, XmlNode **signatureElement, uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_sign is talvo_xml_signature_signex with the certificate's own private key,
+ * unlocked by `credential` (NUL-terminated UTF-8, or NULL), without key check, extra certificates and
+ * base path. 6 without certificate, 9 without private key or with the wrong credential. */
 TALVO_API int32_t talvo_xml_signature_sign(XmlDoc *doc, XmlNode *parent, XmlNode *sibling,
                                            const talvo_ustring *signatureId, SignedInfoCtx *context,
                                            const talvo_arraylist *objects,
                                            TalvoPKICert *certificate, const char *credential,
                                            XmlNode **signatureElement,
                                            uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_sign_ex completes and signs a Signature element that stands where the caller
+ * wants it, with the private key of the certificate (not locked) and JSON parameters, which
+ * docs/signing-parameters.md describes. The element may hold nothing, or Objects, comments and white
+ * space. Its namespace declaration serves every new element, so its prefix is kept.
+ *
+ * SignedInfo goes behind the first child (an Object that comes first moves behind a new line feed),
+ * then a line feed and SignatureValue, then, unless the option is "None", a line feed and KeyInfo. An
+ * Object with XAdES properties, where they are asked for, goes behind the caller's run of Objects;
+ * where another element ends that run, behind that element. "SignatureId" replaces the Id of the
+ * element or gives it one; otherwise an Id is kept, and made when XAdES properties need it. The key
+ * usage of the certificate is not looked at. Last comes the time-stamp that the parameters may ask
+ * for.
+ *
+ * Returns 1, or 0 with a code. The element is untouched after 21, 24 and 25, and after 1 for a
+ * missing argument. What was inserted before a later failure (1, 3 to 5, 12, 13, 15, 28, 29 ...)
+ * stays: the element is the caller's to discard. 23 leaves a complete and valid signature without
+ * time-stamp. */
 TALVO_API int32_t talvo_xml_signature_sign_ex(XmlNode *signatureElement, TalvoPKICert *certificate,
                                               const talvo_json *parameters,
                                               uint32_t *error) TALVO_NOEXCEPT;
 
-/* ---- properties added after signing (XAdES) ---- */
+/* The steps of signing, one by one, for callers that generate the elements themselves.
+ *
+ * talvo_xml_signature_calcrefdigestvalue fills the empty DigestValue elements of SignedInfo from the
+ * contexts, matched by position. A digest that a context brings along is written unread. Ids must
+ * have been declared (talvo_xml_signature_setid). `dereferenceFlag`: 1 allows http and https, 0 does
+ * not; `basePath` may be NULL. Returns 1, or 0 with 1 to 6, 12, 13, 20 or 28; digests written
+ * before the failure stay. */
+TALVO_API int32_t talvo_xml_signature_calcrefdigestvalue(XmlDoc *doc, XmlNode *signatureElement,
+                                                         SignedInfoCtx *context,
+                                                         const talvo_ustring *basePath,
+                                                         uint32_t dereferenceFlag,
+                                                         uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_calcsignature canonicalises SignedInfo, signs it and fills the empty
+ * SignatureValue: RSA values as they are; r and s of DSA, ECDSA and SM2 one behind the other, each as
+ * wide as the group order. Method and prefixes (needed for 3 and 4) are those that SignedInfo states;
+ * that is not checked. Returns 1, or 0 with 1, 3, 6, 8, 10 or 20 and the document as it was. */
+TALVO_API int32_t talvo_xml_signature_calcsignature(XmlDoc *doc, XmlNode *signatureElement,
+                                                    TalvoPKIKeyPair *keyPair,
+                                                    int32_t signatureMethod, uint32_t c14nMethod,
+                                                    const talvo_arraylist *prefixes,
+                                                    uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_calref returns the digest that an existing Reference should carry, as a new
+ * string of Base64, or NULL with 1 to 7, 12, 13, 18, 24, 27 or 28. The document is not changed,
+ * but the Ids of its signatures are declared. */
+TALVO_API talvo_ustring *talvo_xml_signature_calref(XmlNode *referenceElement,
+                                                    uint32_t dereferenceFlag,
+                                                    const talvo_ustring *basePath,
+                                                    uint32_t *error) TALVO_NOEXCEPT;
 
+/* ---- properties added after signing (XAdES) ----
+ *
+ * XAdES 1.3.2. Unsigned signature properties are added to a signature that is complete; they change
+ * neither its value nor its digests, unless a reference covers the whole document without the
+ * enveloped-signature transform. A property goes behind those that are there: the order is that of
+ * the calls. Object, QualifyingProperties (prefix "xa") and the containers inside are made where they
+ * are missing, and so is the Id of the Signature, which the properties have to name. They stay when a
+ * later step fails; apart from them a function that fails leaves the document as it was unless it
+ * says otherwise. `signatureElement` is a ds:Signature element of a document that holds a
+ * SignatureValue. Decoded records do not follow: decode again to see a new property.
+ *
+ * talvo_xml_signature_xades_addsignaturetimestamp asks the authority (RFC 3161, http or https URL)
+ * for a time-stamp over the canonical form of SignatureValue and adds it as SignatureTimeStamp.
+ * `c14nMethod` is 1 to 4, 6 or 7 (3 and 4 need `prefixes`) and is written into the property; below 1
+ * none is written, which stands for C14N 1.0. Note that a verifier reads back the prefixes of method
+ * 3 only. `digestMethod` is 1, 3 to 6 or 8. `id` may be NULL. `timeStamp` (may be NULL) receives a new
+ * object, released with TalvoPKIMsgFreeTimeStamp.
+ *
+ * Returns 1, or 0 with 1, 8, 12, 21, 22 or 23 of the table above. 23 covers everything between the
+ * request and a granted, matching token. The call blocks for at most 60 seconds. */
 TALVO_API int32_t talvo_xml_signature_xades_addsignaturetimestamp(
     XmlNode *signatureElement, const talvo_ustring *id, int32_t c14nMethod,
     const talvo_arraylist *prefixes, const talvo_ustring *tsa, int32_t digestMethod,
     TalvoPKITimeStamp **timeStamp, uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_verifysignaturetimestamp returns 1 when the token of the signature
+ * time-stamp at `index` (from 0) is sound and imprints the canonical form of SignatureValue, and
+ * hands out a new time-stamp object, released with TalvoPKIMsgFreeTimeStamp, that tells time and
+ * authority. `trusted`, a list of TalvoPKICert, asks for a path from the authority to one of them;
+ * with NULL only the signature of the token and the usage of its certificate are judged, not whom to
+ * believe. 0 when the index is out of range, an argument but `trusted` is NULL, or the time-stamp
+ * does not hold; `timeStamp` is then NULL or untouched. */
 TALVO_API int32_t talvo_xml_signature_xades_verifysignaturetimestamp(
     const Signature *signature, int32_t index, const talvo_arraylist *trusted,
     TalvoPKITimeStamp **timeStamp) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_addcertificatevalues adds the certificate to CertificateValues, behind
+ * those that are there; any certificate, in any order. Verification tries these certificates after
+ * those of KeyInfo. Returns 1 or 0. */
 TALVO_API int32_t talvo_xml_signature_xades_addcertificatevalues(
     XmlNode *signatureElement, const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_addcompletecertificaterefs adds CompleteCertificateRefs, which names the
+ * issuers of the certificate from the nearest up to the self-issued one, each by digest (1, 3 to 6
+ * or 8), issuer and serial number. The issuers are taken from the certificate's companions. `id` may
+ * be NULL; `reserved` must be NULL. Each call adds a property of its own. Returns 1, also for a
+ * self-issued certificate, which has no issuers, so that nothing is added; 0 when the path cannot be
+ * built or a certificate not be named. */
 TALVO_API int32_t talvo_xml_signature_xades_addcompletecertificaterefs(
     XmlNode *signatureElement, const talvo_ustring *id, int32_t digestMethod,
     const TalvoPKICert *certificate, const void *reserved) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_add_revocationvalues_crl adds a CRL (`length` bytes of DER, PEM or Base64
+ * text; written as DER) to RevocationValues. Lists that the library makes have no namespace and are
+ * not found again, so each call adds a CRLValues of its own, behind the second child of the
+ * property; a CRLValues of the XAdES namespace that comes first is used. 0 when the CRL cannot be
+ * read, or the property holds no child behind which the list could go. */
 TALVO_API int32_t talvo_xml_signature_xades_add_revocationvalues_crl(XmlNode *signatureElement,
                                                                      const void *crl,
                                                                      int32_t length) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_add_completerevocationrefs_crl adds a reference to a CRL to
+ * CompleteRevocationRefs: its digest (1, 3 to 6 or 8) and, with flag 1, an identifier of issuer, time
+ * of issue and, when the CRL states it, number. The list is made and found as that of CRL values is;
+ * its established name is CRLRef where it is made and CRLRefs where it is looked for. Returns 1 or
+ * 0. */
 TALVO_API int32_t talvo_xml_signature_xades_add_completerevocationrefs_crl(
     XmlNode *signatureElement, int32_t digestMethod, uint32_t flags, const void *crl,
     int32_t length) TALVO_NOEXCEPT;
+/* The three functions set the Id of a property that exists, in place of an earlier one. 0 without the
+ * property or without Id; the document is then as it was. */
 TALVO_API int32_t talvo_xml_signature_xades_set_revocationvalues_id(
     XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_xades_set_certificatevalues_id(
     XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_xades_set_completerevocationrefs_id(
     XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_countersign countersigns: it adds a CounterSignature with a Signature
+ * that covers the SignatureValue of this one, which must have an Id as its first attribute. `key` is
+ * of type 4, and its certificate carries its private key. `parameters` are those of
+ * talvo_xml_signature_sign_ex; to their "References", which may be absent, the one to the
+ * SignatureValue is appended with `digestMethod` (1, 3 to 6 or 8). They are not changed. `id` (may be
+ * NULL) is the Id of the new Signature. `counterSignature` (may be NULL) receives the new, borrowed
+ * element as soon as it stands in the document, also when signing then fails.
+ *
+ * Returns 1, or 0 with 1, 21, 25 or 26 of the table above and the document as it was, or with a code
+ * of talvo_xml_signature_sign_ex (25 for parameters that it cannot read, 24 without private key ...).
+ * In the latter case the CounterSignature stays with what had been written; to take it back, remove
+ * the parent of the element that was handed out. */
 TALVO_API int32_t talvo_xml_signature_xades_countersign(
     XmlNode *signatureElement, const SignatureKey *key, int32_t digestMethod,
     const talvo_ustring *id, const talvo_json *parameters, XmlNode **counterSignature,
     uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_xades_verifycountersignature returns 1 when the countersignature at `index`
+ * (from 0) is valid and really covers this signature: its value verifies with a certificate, one of
+ * its references has exactly the URI "#" and the Id of this SignatureValue, and all its references
+ * hold. `certificate` (may be NULL) is added to those that may verify it; it must be one that may
+ * sign. The base path of `signature` holds for the countersignature too, and http and https are
+ * fetched. `signerCertificate` receives a new handle of the certificate that verified, or NULL on
+ * failure; `counterSignature` the borrowed Signature element, also when it is not valid. */
 TALVO_API int32_t talvo_xml_signature_xades_verifycountersignature(
     const Signature *signature, int32_t index, const TalvoPKICert *certificate,
     TalvoPKICert **signerCertificate, XmlNode **counterSignature) TALVO_NOEXCEPT;
 
-/* ---- verifying ---- */
-
+/* ---- verifying ----
+ *
+ * Core validation of XML Signature 1.1 in two halves: the signature value over SignedInfo, and the
+ * digests of the references. A valid signature says that the holder of some key signed this data; whose
+ * key that is, and whether to trust it, is the caller's to decide from the keys that are handed out.
+ * Keys come from the signature itself: the certificates and key values of KeyInfo in their order,
+ * then certificates added by talvo_xml_signature_addcert, then XAdES certificate values; the first
+ * one that verifies is taken. Certificates need a key of the method's family and a key usage that
+ * allows signatures; ECDSA and SM2 use no key values. HMAC uses the key of
+ * talvo_xml_signature_sethmackey. The codes of this section, and of dereferencing, transforming and
+ * digesting a reference:
+ *
+ *   1  no candidate key verifies the signature value, or the value has the wrong length
+ *   2  a DigestValue differs or has the wrong length for its method; a file could not be digested;
+ *      the current directory cannot be read
+ *   3  memory is exhausted, or SignedInfo could not be canonicalised
+ *   4  a URI or base of a form that is not supported: a fragment behind a file name, an absolute
+ *      path, a scheme other than http and https, a malformed XPointer
+ *   5  what a URI names does not exist: no element with that Id, no such file, no answer 200
+ *   6  a required argument is missing; no external data for the reference without URI
+ *   7  a transform that the library does not know
+ *   8  the canonicalisation method of SignedInfo is not supported
+ *   9  no key that could be tried
+ *   10 the HMAC method is not supported
+ *   11 the signature method is not supported
+ *   12 the digest method is not supported (external data)
+ *   13 a transform or the final canonicalisation of a reference yielded nothing
+ *   14 more than one reference without URI
+ *   15 the Ids of the document could not be declared
+ *   16 the document holds no signature
+ *   17 a Signature element cannot be decoded
+ *   18 the prefix list of an exclusive canonicalisation is malformed
+ *   19 not a Reference element that can be decoded, or a hash failed
+ *   21 a URI leads to the network, which the flags forbid
+ *   22 a Manifest cannot be decoded, leads back to itself, or stands too deep in others
+ *   23 the key that verifies is not a certificate that the XAdES SigningCertificate names
+ *   24 an XPath transform without its expression
+ *
+ * Verification reads files and fetches URLs that the document names; only the functions with flags
+ * can be kept off the network (flag 1 absent), and relative references always reach files below and
+ * above the base path.
+ *
+ * talvo_xml_signature_verify_ex verifies every ds:Signature element of the document, nested ones
+ * too, in document order: first the value, then the references. `basePath` (may be NULL) is where
+ * relative references start; `externalData` stands for the one reference without URI of a signature,
+ * to which its transforms are not applied. Manifests are digested, not followed. Returns 1 when all
+ * signatures are valid and hands out through `keys` (may be NULL) a new list that owns one
+ * SignatureKey for each, in document order; 0 with the code of the first failure (1 to 19, 23, 24)
+ * and NULL for the list. The document is not changed, but the Ids of its signatures are declared. */
+TALVO_API int32_t talvo_xml_signature_verify_ex(XmlDoc *doc, const talvo_ustring *basePath,
+                                                const void *externalData, size_t length,
+                                                talvo_arraylist **keys,
+                                                uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_verify is talvo_xml_signature_verify_ex without base path. */
+TALVO_API int32_t talvo_xml_signature_verify(XmlDoc *doc, const void *externalData, size_t length,
+                                             talvo_arraylist **keys,
+                                             uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_signaturevalidation checks the signature value of a decoded signature. Returns
+ * 1 and hands out through `key` (may be NULL) the key that verified: type 4 for a certificate, which
+ * the record also remembers for talvo_xml_signature_getsigncert, 5 for a key value, 1 for an HMAC
+ * secret. The caller releases it with talvo_xml_signature_key_free. 0 with 1, 3, 6, 8 to 11, 18 or 23
+ * and NULL for the key. */
 TALVO_API int32_t talvo_xml_signature_signaturevalidation(Signature *signature, SignatureKey **key,
                                                           uint32_t *error) TALVO_NOEXCEPT;
-TALVO_API int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
-                                                          const void *externalData, size_t length,
-                                                          uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_referencevalidation_ex checks the references of a decoded signature in document
+ * order and stops at the first that does not hold. `flags` are dereferencing flags: 1 allows http
+ * and https, 2 also verifies the references of a Manifest that a same-document URI names. Relative
+ * URIs start from the base path of the record. `externalData` is digested for the one reference
+ * without URI. Ids must have been declared. Returns 1, or 0 with 2 to 7, 12 to 14, 18, 19, 21, 22 or
+ * 24. */
 TALVO_API int32_t talvo_xml_signature_referencevalidation_ex(const Signature *signature,
                                                              uint32_t flags,
                                                              const void *externalData,
                                                              size_t length,
                                                              uint32_t *error) TALVO_NOEXCEPT;
-TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const void *externalData,
-                                                size_t length, uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_referencevalidation is the same with flag 1. */
+TALVO_API int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
+                                                          const void *externalData, size_t length,
+                                                          uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_verifyref_ex checks one Reference element, of a SignedInfo or of a Manifest, in
+ * a signature or not, and declares the Ids of the document's signatures by itself. Codes as for
+ * talvo_xml_signature_referencevalidation_ex but 14. */
 TALVO_API int32_t talvo_xml_signature_verifyref_ex(XmlNode *referenceElement, uint32_t flags,
                                                    const talvo_ustring *basePath,
                                                    const void *externalData, size_t length,
                                                    uint32_t *error) TALVO_NOEXCEPT;
-TALVO_API int32_t talvo_xml_signature_verify(XmlDoc *doc, const void *externalData, size_t length,
-                                             talvo_arraylist **keys,
-                                             uint32_t *error) TALVO_NOEXCEPT;
-TALVO_API int32_t talvo_xml_signature_verify_ex(XmlDoc *doc, const talvo_ustring *basePath,
-                                                const void *externalData, size_t length,
-                                                talvo_arraylist **keys,
-                                                uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_verifyref is the same with flag 1 and without base path. */
+TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const void *externalData,
+                                                size_t length, uint32_t *error) TALVO_NOEXCEPT;
 
 /* ---- canonicalisation and URIs ----
  *
