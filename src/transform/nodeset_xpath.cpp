@@ -224,7 +224,7 @@ bool passesFilter(NodeSet &rule, XmlNode *node) noexcept {
     rule.filter->prepare(rule);
   }
   const bool isKept = node != nullptr && rule.filter->passes(native(node));
-  rule.hasFailed = rule.filter->hasFailed();
+  rule.hasFailed = rule.hasFailed || rule.filter->hasFailed();
   return isKept;
 }
 
