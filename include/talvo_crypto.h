@@ -5,8 +5,8 @@
  * ownership words), and:
  *
  * - Buffers (uint8_t *) that are handed out are given back to TalvoPKICryptoFreeMemory.
- * - Objects that are fed (hash, MAC, sign, verify) take any number of updates, then one final;
- * after the final, whether it succeeded or not, they can only be released.
+ * - Objects that are fed (hash, MAC, sign, verify) take any number of updates, then one
+ *   final; after the final, whether it succeeded or not, they can only be released.
  * - Algorithms are named by numbers:
  *     hash        0x1000 MD5         0x2000 SHA-1       0x3000 SHA-224     0x4000 SHA-256
  *                 0x5000 SHA-384     0x6000 SHA-512     0x7000 SM3
@@ -70,6 +70,7 @@ TALVO_API int32_t TalvoPKICryptoHashUpdate(TalvoPKIHash *hash, const void *bytes
 /* TalvoPKICryptoHashFinal hands out the digest. */
 TALVO_API int32_t TalvoPKICryptoHashFinal(TalvoPKIHash *hash, uint8_t **digest,
                                           size_t *length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoFreeHash releases a hash object. */
 TALVO_API void TalvoPKICryptoFreeHash(TalvoPKIHash *hash) TALVO_NOEXCEPT;
 
 /* ---- MACs ---- */
@@ -84,6 +85,7 @@ TALVO_API int32_t TalvoPKICryptoMacUpdate(TalvoPKIMac *mac, const void *bytes,
 /* TalvoPKICryptoMacFinal hands out the whole value, as long as the digest of the hash. */
 TALVO_API int32_t TalvoPKICryptoMacFinal(TalvoPKIMac *mac, uint8_t **value,
                                          size_t *length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoFreeMac releases a MAC object and wipes its key. */
 TALVO_API void TalvoPKICryptoFreeMac(TalvoPKIMac *mac) TALVO_NOEXCEPT;
 
 /* TalvoPKICryptoEqualMemory compares two buffers of one length in constant time: 1 when equal, 0
@@ -122,6 +124,7 @@ TALVO_API TalvoPKIKeyPair *TalvoPKICryptoOpenKeyPairEx(const void *bytes, size_t
                                                        int32_t *reason) TALVO_NOEXCEPT;
 /* TalvoPKICryptoDupKeyPair returns a new handle of the same key. */
 TALVO_API TalvoPKIKeyPair *TalvoPKICryptoDupKeyPair(TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
+/* TalvoPKICryptoFreeKeyPair releases a handle of a key. */
 TALVO_API void TalvoPKICryptoFreeKeyPair(TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 /* TalvoPKICryptoGetKeypairBits returns the bits that fix the width of a signature half: of the
  * modulus for RSA, of Q for DSA, of the group order for elliptic curves; -1 on failure. */
@@ -135,6 +138,7 @@ TALVO_API TalvoPKIPublicKey *TalvoPKICryptoGetKeypairPublicKey(const TalvoPKIKey
     TALVO_NOEXCEPT;
 /* TalvoPKICryptoDupPublicKey returns a new handle of the same key. */
 TALVO_API TalvoPKIPublicKey *TalvoPKICryptoDupPublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
+/* TalvoPKICryptoFreePublicKey releases a handle of a key. */
 TALVO_API void TalvoPKICryptoFreePublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 /* TalvoPKICryptoGetPublicKeyType returns the key type; 0 for NULL. */
 TALVO_API int32_t TalvoPKICryptoGetPublicKeyType(const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
@@ -158,20 +162,24 @@ TALVO_API TalvoPKIPublicKey *TalvoPKICryptoImportPublicKey(TalvoPKIDevice *devic
  * when the algorithm is unknown or the key cannot do it. */
 TALVO_API TalvoPKISign *TalvoPKICryptoNewSign(TalvoPKIKeyPair *keyPair,
                                               int32_t algorithm) TALVO_NOEXCEPT;
+/* TalvoPKICryptoSignUpdate feeds `length` bytes of what is signed. */
 TALVO_API int32_t TalvoPKICryptoSignUpdate(TalvoPKISign *sign, const void *bytes,
                                            size_t length) TALVO_NOEXCEPT;
 /* TalvoPKICryptoSignFinal hands out the signature. */
 TALVO_API int32_t TalvoPKICryptoSignFinal(TalvoPKISign *sign, uint8_t **signature,
                                           size_t *length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoFreeSign releases a signing object. */
 TALVO_API void TalvoPKICryptoFreeSign(TalvoPKISign *sign) TALVO_NOEXCEPT;
 /* TalvoPKICryptoNewVerify returns a new verifying object, as TalvoPKICryptoNewSign does. */
 TALVO_API TalvoPKIVerify *TalvoPKICryptoNewVerify(TalvoPKIPublicKey *key,
                                                   int32_t algorithm) TALVO_NOEXCEPT;
+/* TalvoPKICryptoVerifyUpdate feeds `length` bytes of what was signed. */
 TALVO_API int32_t TalvoPKICryptoVerifyUpdate(TalvoPKIVerify *verify, const void *bytes,
                                              size_t length) TALVO_NOEXCEPT;
 /* TalvoPKICryptoVerifyFinal returns 1 exactly when the signature is valid, else 0. */
 TALVO_API int32_t TalvoPKICryptoVerifyFinal(TalvoPKIVerify *verify, const uint8_t *signature,
                                             size_t length) TALVO_NOEXCEPT;
+/* TalvoPKICryptoFreeVerify releases a verifying object. */
 TALVO_API void TalvoPKICryptoFreeVerify(TalvoPKIVerify *verify) TALVO_NOEXCEPT;
 /* TalvoPKICryptoDecodeECCSignature hands out r and s of a DER signature as unsigned big-endian
  * octets without leading zeros. Anything but exactly one such SEQUENCE fails. */
@@ -203,6 +211,7 @@ TALVO_API TalvoPKICert *TalvoPKICertOpenEx(const void *bytes, size_t length, con
                                            int32_t *reason) TALVO_NOEXCEPT;
 /* TalvoPKICertDupCert returns a new handle of the same certificate, its key and its companions. */
 TALVO_API TalvoPKICert *TalvoPKICertDupCert(const TalvoPKICert *cert) TALVO_NOEXCEPT;
+/* TalvoPKICertFreeCert releases a handle of a certificate with its key and its companions. */
 TALVO_API void TalvoPKICertFreeCert(TalvoPKICert *cert) TALVO_NOEXCEPT;
 /* TalvoPKICertSetKeyPair gives the certificate a private key in place of any it had; 0, and nothing
  * changed, when the key does not belong to the certificate. */
@@ -270,6 +279,7 @@ TALVO_API int32_t TalvoPKICryptoHttpGet(const char *url, uint8_t **body, size_t 
 
 /* TalvoPKIMsgNewTimeStamp returns a new, empty time-stamp object. */
 TALVO_API TalvoPKITimeStamp *TalvoPKIMsgNewTimeStamp(void) TALVO_NOEXCEPT;
+/* TalvoPKIMsgFreeTimeStamp releases a time-stamp object. */
 TALVO_API void TalvoPKIMsgFreeTimeStamp(TalvoPKITimeStamp *timeStamp) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampSetTSA sets the authority's http or https URL. */
 TALVO_API int32_t TalvoPKIMsgTimeStampSetTSA(TalvoPKITimeStamp *timeStamp,
