@@ -66,108 +66,299 @@ typedef struct CertId CertId;
 
 /* ---- start and stop ---- */
 
+/* talvo_xml_init starts the library: it prepares libxml2, builds the names that signatures are
+ * written and compared with, and creates the registry of the nodes handed out. 1, or 0 when memory
+ * is exhausted; after a 0 only talvo_xml_end may be called, or talvo_xml_init again. From then on
+ * libxml2 prints nothing, in this thread and in threads that start later, and loads DTDs with
+ * their IDs and defaults. Those settings hold for the whole process. A second call without
+ * talvo_xml_end between them loses what the first one made. */
 TALVO_API int32_t talvo_xml_init(void) TALVO_NOEXCEPT;
+/* talvo_xml_end cleans up libxml2's parser, which concerns every user of libxml2 in the process,
+ * and frees all documents and nodes that nobody freed: every handle is void afterwards. Always 1,
+ * also when nothing was started. talvo_xml_init may follow, any number of times. */
 TALVO_API int32_t talvo_xml_end(void) TALVO_NOEXCEPT;
-/* talvo_xml_getversion returns the borrowed version text, for example "2.0.0". */
+/* talvo_xml_getversion returns the borrowed version text, for example "2.0.0", started or not. */
 TALVO_API const char *talvo_xml_getversion(void) TALVO_NOEXCEPT;
 
-/* ---- nodes: kinds, navigation, names, values ---- */
+/* ---- nodes: kinds, navigation, names, values ----
+ *
+ * These functions only read. Three rules hold for all navigation:
+ * - A run of adjacent texts and CDATA sections counts as one sibling: stepping on from one of its
+ *   nodes skips the others in that direction.
+ * - The only child of a document is its root element; what stands around it is reached as
+ *   siblings.
+ * - Namespace declarations are nodes. They have siblings only forward, and no parent.
+ *
+ * Entity references and document types are nodes too, of no kind: they can be stepped on, and every
+ * question to them is answered as for NULL. */
 
+/* talvo_xml_node_gettype returns what a node is: 1 element, 2 attribute, 3 text or CDATA section,
+ * 4 processing instruction, 5 comment, 6 document, 7 namespace declaration, and (uint32_t)-1 for
+ * NULL and everything else, entity references among it. */
 TALVO_API uint32_t talvo_xml_node_gettype(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getdoc returns the borrowed document of a node, the node itself when it is one;
+ * NULL for a node that has none, which every namespace declaration, most new nodes and removed
+ * nodes are. */
 TALVO_API XmlDoc *talvo_xml_node_getdoc(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getparent returns the borrowed parent: the element of an attribute, the document
+ * of a root element; NULL for documents, namespace declarations and nodes without parent. */
 TALVO_API XmlNode *talvo_xml_node_getparent(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getnextsibling returns the borrowed next sibling; from a text, the first node
+ * behind that is no text; from an attribute or namespace declaration, the next one of the element.
+ * NULL at the end and for a document. */
 TALVO_API XmlNode *talvo_xml_node_getnextsibling(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getprevsibling is the same backwards; NULL for namespace declarations. */
 TALVO_API XmlNode *talvo_xml_node_getprevsibling(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getattribute returns the borrowed first attribute of an element, or NULL. The
+ * others are its next siblings. */
 TALVO_API XmlNode *talvo_xml_node_getattribute(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getnsnode returns the borrowed first namespace declaration made on an element, or
+ * NULL. */
 TALVO_API XmlNode *talvo_xml_node_getnsnode(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getassociatednsnode returns the borrowed declaration that the name of an element
+ * or attribute is bound to, or NULL for none; of a namespace declaration, itself. The declaration
+ * lives as long as the element that holds it. For "xml:" names, and for a removed node whose
+ * declaration is elsewhere, it stands on no element. */
 TALVO_API XmlNode *talvo_xml_node_getassociatednsnode(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getchildren returns the borrowed first child of any kind; of a document its root
+ * element, though a comment may stand before it. NULL for none and for attributes. */
 TALVO_API XmlNode *talvo_xml_node_getchildren(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getelemchildren returns the borrowed first element child when nothing but white
+ * space, comments and processing instructions stands before it, else NULL. */
 TALVO_API XmlNode *talvo_xml_node_getelemchildren(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_skipignorenode returns the first of the following siblings, borrowed, that is no
+ * processing instruction, no comment and no text of white space only; NULL for none. */
 TALVO_API XmlNode *talvo_xml_node_skipignorenode(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getname returns a new string: the local name of an element, attribute or
+ * processing instruction, "comment" for a comment, the prefix of a namespace declaration. NULL for
+ * a default declaration, a text and a document. */
 TALVO_API talvo_ustring *talvo_xml_node_getname(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getprefixedname returns a new string with the prefix alone of an element's or
+ * attribute's name, or that of a namespace declaration; NULL when there is none. */
 TALVO_API talvo_ustring *talvo_xml_node_getprefixedname(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getnsuri returns a new string with the namespace of a name. An element that is
+ * bound to none is in the default namespace in scope; the empty string says that xmlns="" is in
+ * force. An attribute is only in its own namespace. NULL for no namespace and for other kinds. */
 TALVO_API talvo_ustring *talvo_xml_node_getnsuri(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getvalue returns a new string: the value of an attribute, the text of a text,
+ * comment or processing instruction, the URI of a namespace declaration. NULL for elements and
+ * documents, and where there is no content at all. */
 TALVO_API talvo_ustring *talvo_xml_node_getvalue(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_getpcdata returns a new string that joins the texts from `first` (usually an
+ * element's first child) to its last sibling. Comments, processing instructions and texts of white
+ * space only are skipped; of a run of adjacent texts only the first counts. NULL when any other
+ * node is among them, and when `first` is NULL. */
 TALVO_API talvo_ustring *talvo_xml_node_getpcdata(const XmlNode *first) TALVO_NOEXCEPT;
+/* talvo_xml_doc_getrootelement returns the borrowed root element, or NULL for none. */
 TALVO_API XmlNode *talvo_xml_doc_getrootelement(const XmlDoc *doc) TALVO_NOEXCEPT;
 
-/* ---- nodes: building and editing ---- */
+/* ---- nodes: building and editing ----
+ *
+ * Who frees a node. Documents, and elements, texts, comments and processing instructions that
+ * stand free, are registered: they belong to the caller, who frees them, links them, or leaves
+ * them to talvo_xml_end. Linking a node unregisters it: it belongs to the tree. Attributes and
+ * namespace declarations are never registered: they belong to their element. The free functions
+ * ignore what is not registered, so nothing is freed twice and nothing that a document still
+ * needs.
+ *
+ * A node that talvo_xml_node_remove takes out of a document, and a copy of an attribute, are not
+ * registered either: they can be linked again, and are freed by talvo_xml_end at the latest.
+ *
+ * Between documents. A node that comes from another document takes along what it needs; the two
+ * documents can be freed in any order. Its IDs are no longer known to the old document, nor yet to
+ * the new one. An element or attribute that moves is bound to a declaration of its prefix and
+ * namespace in scope at the new place; where there is none, one is made on the node that moved.
+ *
+ * Names bound to a declaration by a call (talvo_xml_node_newelem, newattr, setns) stay bound to
+ * exactly that declaration while they have no parent: the element that holds it must outlive them.
+ */
 
+/* talvo_xml_doc_new returns a new, registered, empty document: `version` 0 for XML 1.0, 1 for XML
+ * 1.1. NULL for another version. */
 TALVO_API XmlDoc *talvo_xml_doc_new(uint32_t version) TALVO_NOEXCEPT;
+/* talvo_xml_node_newelem returns a new, registered element with a local name, bound to the
+ * namespace declaration `ns` (NULL for none). The name is not checked. */
 TALVO_API XmlNode *talvo_xml_node_newelem(const XmlNode *ns,
                                           const talvo_ustring *name) TALVO_NOEXCEPT;
+/* talvo_xml_node_newtext, talvo_xml_node_newcomment and talvo_xml_node_newpi return a new,
+ * registered text, comment or processing instruction. `doc` may be NULL, and so may `content`. The
+ * text is taken as it stands: "&" is a character. */
 TALVO_API XmlNode *talvo_xml_node_newtext(XmlDoc *doc, const talvo_ustring *text) TALVO_NOEXCEPT;
 TALVO_API XmlNode *talvo_xml_node_newcomment(XmlDoc *doc, const talvo_ustring *text) TALVO_NOEXCEPT;
 TALVO_API XmlNode *talvo_xml_node_newpi(XmlDoc *doc, const talvo_ustring *name,
                                         const talvo_ustring *content) TALVO_NOEXCEPT;
+/* talvo_xml_node_newns declares a namespace on an element and returns the borrowed declaration.
+ * NULL `prefix` declares the default namespace. NULL when the element declares that prefix
+ * already. */
 TALVO_API XmlNode *talvo_xml_node_newns(XmlNode *element, const talvo_ustring *uri,
                                         const talvo_ustring *prefix) TALVO_NOEXCEPT;
+/* talvo_xml_node_newattr gives an element an attribute, in the namespace of the declaration `ns`
+ * or, with NULL, in none, and returns it borrowed. A name that begins with "xml:" is put into the
+ * XML namespace. When the element's first attribute has that name, it gets the value instead, as
+ * talvo_xml_node_setvalue sets it; of other attributes the name is not looked for, so that one
+ * name can come to stand twice. The value of a new attribute is taken as it stands. */
 TALVO_API XmlNode *talvo_xml_node_newattr(XmlNode *element, const XmlNode *ns,
                                           const talvo_ustring *name,
                                           const talvo_ustring *value) TALVO_NOEXCEPT;
+/* talvo_xml_node_dup returns a deep copy: registered, but for attributes and namespace
+ * declarations. A copied attribute is in no namespace. NULL for kinds without a code. */
 TALVO_API XmlNode *talvo_xml_node_dup(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_addchild makes a registered node, and the siblings that follow it, the last
+ * children of an element or document. It returns the node; but a text that comes behind a text is
+ * joined to that one, which is then returned, and the node's handle is void. NULL, and nothing
+ * changed, when the node is not registered (it has a parent, or was removed from a document), is a
+ * document, or is above `parent`. */
 TALVO_API XmlNode *talvo_xml_node_addchild(XmlNode *parent, XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_addprevsibling and talvo_xml_node_addnextsibling move a node, registered or not,
+ * out of wherever it is to right before or after `ref`, and return it. An attribute goes only
+ * beside an attribute, anything else never beside one; an attribute of the same name that the new
+ * element has is freed, its handle void. NULL, and nothing changed, for a text beside a text, a
+ * document or namespace declaration on either side, and a `ref` that is the node or below it.
+ * Among nodes without parent a registered node is unregistered, and all its new siblings with it:
+ * they are freed by talvo_xml_end, if no tree has taken them in before. */
 TALVO_API XmlNode *talvo_xml_node_addprevsibling(XmlNode *ref, XmlNode *node) TALVO_NOEXCEPT;
 TALVO_API XmlNode *talvo_xml_node_addnextsibling(XmlNode *ref, XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_addsibling moves a node and the siblings that follow it to right after `ref`, in
+ * order, and returns the last one. As everywhere a run of texts counts as one: of such a run only
+ * the first text is moved. NULL, and nothing changed, under the conditions of
+ * talvo_xml_node_addnextsibling, for any of the nodes. */
 TALVO_API XmlNode *talvo_xml_node_addsibling(XmlNode *ref, XmlNode *first) TALVO_NOEXCEPT;
+/* talvo_xml_node_remove takes a node out of its tree, with everything below it. From a tree
+ * without document an element, text, comment or processing instruction comes out registered. From
+ * a document it comes out unregistered: the free functions do not take it, and IDs in it are not
+ * found any more, until it is linked into the document again. Nothing happens to documents,
+ * document types and namespace declarations. */
 TALVO_API void talvo_xml_node_remove(XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_setdoc makes `doc` the document of a node and of everything below it, without
+ * moving it: 1, or 0 for a document as `tree`. A namespace declaration has no document: 1, and no
+ * change. */
 TALVO_API int32_t talvo_xml_node_setdoc(XmlNode *tree, XmlDoc *doc) TALVO_NOEXCEPT;
+/* talvo_xml_node_setns binds the name of an element or attribute to a namespace declaration: 1 or
+ * 0. */
 TALVO_API int32_t talvo_xml_node_setns(XmlNode *node, const XmlNode *ns) TALVO_NOEXCEPT;
+/* talvo_xml_node_setvalue replaces the whole content of a node: 1, or 0 with the node unchanged.
+ * For texts, comments and processing instructions the value is taken as it stands. For elements
+ * and attributes it is read as XML text: "&amp;" stands for "&", and a lone "&" or a reference to
+ * a declared entity is refused. What was below an element is freed, its handles void. An attribute
+ * that is an ID is one under its new value, unless that is empty or taken. A document has no
+ * content: 1, and no change. 0 for a namespace declaration. */
 TALVO_API int32_t talvo_xml_node_setvalue(XmlNode *node, const talvo_ustring *value) TALVO_NOEXCEPT;
+/* talvo_xml_doc_setrootelement makes a registered element the root of a document and returns it.
+ * The root before it comes out as by talvo_xml_node_remove, but keeps its document. Siblings
+ * before the element must be comments or processing instructions, and stay where they are; an
+ * element with any sibling behind it is refused. NULL, and nothing changed, otherwise. */
 TALVO_API XmlNode *talvo_xml_doc_setrootelement(XmlDoc *doc, XmlNode *root) TALVO_NOEXCEPT;
+/* talvo_xml_node_free frees a registered node, or document, with everything below it. Anything
+ * else is left alone. */
 TALVO_API void talvo_xml_node_free(XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_doc_free frees a registered document with everything in it. What was removed from it,
+ * or made with it and not linked, lives on without document. */
 TALVO_API void talvo_xml_doc_free(XmlDoc *doc) TALVO_NOEXCEPT;
 
-/* ---- parsing and saving ---- */
+/* ---- parsing and saving ----
+ *
+ * A document is parsed with entities replaced, attribute defaults of its DTD added, CDATA sections
+ * turned into text and white space kept; IDs that its DTD declares, and "xml:id", are known. It
+ * must be well-formed; that prefixes are declared is not asked. Elements nest at most 256 deep,
+ * and a text, attribute value or comment has at most 10,000,000 bytes.
+ *
+ * DTDs and external entities that the document names are loaded, from files and over HTTP. Read
+ * what comes from strangers with talvo_xml_parse_ex and both flags. */
 
+/* talvo_xml_parse returns a new, registered document read from `size` bytes (1 to 2,147,483,647);
+ * NULL when they are no well-formed document. */
 TALVO_API XmlDoc *talvo_xml_parse(const void *buffer, int64_t size) TALVO_NOEXCEPT;
-/* talvo_xml_parse_ex is talvo_xml_parse with flags: 1 no network, 2 no external DTD and no external
- * entities. */
+/* talvo_xml_parse_ex is talvo_xml_parse with flags. 1: nothing is fetched over the network; what
+ * is there only counts as missing. 2: neither network nor files: an external DTD stays unread, and
+ * so do external parameter entities; a document that uses an external entity is refused. NULL for
+ * other flags. */
 TALVO_API XmlDoc *talvo_xml_parse_ex(const void *buffer, int64_t size,
                                      uint32_t flags) TALVO_NOEXCEPT;
+/* talvo_xml_parsefile returns a new, registered document read from a file, which may be compressed
+ * with gzip; a path "http://..." is fetched. The path becomes the document's base. NULL when the
+ * file cannot be read or is no well-formed document, and for "-". */
 TALVO_API XmlDoc *talvo_xml_parsefile(const char *path) TALVO_NOEXCEPT;
+/* talvo_xml_doc_dump_ex returns a new blob with the document as text in the encoding of that name
+ * (NULL for the document's own). Nothing is indented. Flag 1 leaves out the XML declaration; other
+ * flags mean nothing. NULL for an unknown encoding and for a document without root element. */
 TALVO_API talvo_data_blob *talvo_xml_doc_dump_ex(const XmlDoc *doc, const char *encoding,
                                                  uint32_t flags) TALVO_NOEXCEPT;
+/* talvo_xml_doc_dump is talvo_xml_doc_dump_ex in UTF-8. */
 TALVO_API talvo_data_blob *talvo_xml_doc_dump(const XmlDoc *doc, uint32_t flags) TALVO_NOEXCEPT;
+/* talvo_xml_doc_save_ex writes what talvo_xml_doc_dump_ex returns to a file of exactly that name:
+ * 1, or 0 when it cannot be written to the end. The file may then hold a part. */
 TALVO_API int32_t talvo_xml_doc_save_ex(const XmlDoc *doc, const char *encoding,
                                         const char *filename, uint32_t flags) TALVO_NOEXCEPT;
+/* talvo_xml_doc_save is talvo_xml_doc_save_ex in UTF-8. */
 TALVO_API int32_t talvo_xml_doc_save(const XmlDoc *doc, const char *filename,
                                      uint32_t flags) TALVO_NOEXCEPT;
+/* talvo_xml_element_dump_ex returns a new blob with one element as text, without XML declaration
+ * and without the namespace declarations that stand above it. With NULL as encoding, characters
+ * beyond ASCII are written as references. */
 TALVO_API talvo_data_blob *talvo_xml_element_dump_ex(const XmlNode *element,
                                                      const char *encoding) TALVO_NOEXCEPT;
+/* talvo_xml_element_dump is talvo_xml_element_dump_ex in UTF-8. */
 TALVO_API talvo_data_blob *talvo_xml_element_dump(const XmlNode *element) TALVO_NOEXCEPT;
 
-/* ---- search, ID attributes ---- */
+/* ---- search, ID attributes ----
+ *
+ * Names are compared whole and with regard to case: the local name, and the namespace that
+ * talvo_xml_node_getnsuri tells, where NULL as `nsuri` means none. A search goes through the node
+ * itself and everything below it in document order, from a document through its root element and
+ * what follows it. It is built on the navigation above, so that it does not see what stands behind
+ * an entity reference among its siblings. */
 
+/* talvo_xml_node_match returns 1 when a node of any kind has that name and namespace, else 0. */
 TALVO_API int32_t talvo_xml_node_match(const XmlNode *node, const talvo_ustring *name,
                                        const talvo_ustring *nsuri) TALVO_NOEXCEPT;
+/* talvo_xml_node_findelemnode returns the first matching element, borrowed, or NULL. */
 TALVO_API XmlNode *talvo_xml_node_findelemnode(const XmlNode *node, const talvo_ustring *name,
                                                const talvo_ustring *nsuri) TALVO_NOEXCEPT;
+/* talvo_xml_node_findallelemnode hands out a new list of all matching elements, borrowed; it may
+ * be empty. 1, or 0 with NULL in `list`. */
 TALVO_API int32_t talvo_xml_node_findallelemnode(const XmlNode *node, const talvo_ustring *name,
                                                  const talvo_ustring *nsuri,
                                                  talvo_arraylist **list) TALVO_NOEXCEPT;
+/* talvo_xml_node_findallelemnodeinlist appends all matching elements to the caller's list: 1, or 0
+ * when that fails, with some of them appended. */
 TALVO_API int32_t talvo_xml_node_findallelemnodeinlist(const XmlNode *node,
                                                        const talvo_ustring *name,
                                                        const talvo_ustring *nsuri,
                                                        talvo_arraylist *list) TALVO_NOEXCEPT;
+/* talvo_xml_node_findsignature is talvo_xml_node_findallelemnode for Signature elements of XML
+ * Signature. */
 TALVO_API int32_t talvo_xml_node_findsignature(const XmlNode *node,
                                                talvo_arraylist **list) TALVO_NOEXCEPT;
+/* talvo_xml_signature_issignaturenode and talvo_xml_signature_ismanifestnode return 1 for a
+ * Signature or Manifest element of XML Signature, else 0. */
 TALVO_API int32_t talvo_xml_signature_issignaturenode(const XmlNode *node) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_ismanifestnode(const XmlNode *node) TALVO_NOEXCEPT;
+/* talvo_xml_node_findattribute returns the first attribute of an element, borrowed, when it
+ * matches, else NULL: the other attributes are not looked at. To find any attribute walk from
+ * talvo_xml_node_getattribute with talvo_xml_node_getnextsibling. */
 TALVO_API XmlNode *talvo_xml_node_findattribute(const XmlNode *element, const talvo_ustring *name,
                                                 const talvo_ustring *nsuri) TALVO_NOEXCEPT;
+/* talvo_xml_node_getattributevalue returns a new string with the value of the attribute that
+ * talvo_xml_node_findattribute finds, or NULL. */
 TALVO_API talvo_ustring *talvo_xml_node_getattributevalue(
     const XmlNode *element, const talvo_ustring *name, const talvo_ustring *nsuri) TALVO_NOEXCEPT;
 /* talvo_xml_node_findxpath hands out a new list (items borrowed) of the nodes that the XPath 1.0
  * expression selects, in document order, evaluated with `node` as context node and with the
- * namespace prefixes in scope there. 0 when the expression does not compile or does not give a node
- * set. */
+ * namespace prefixes in scope there. Namespace nodes that it selects are left out. 0, with NULL in
+ * `list`, when the expression does not compile or does not give a node set. */
 TALVO_API int32_t talvo_xml_node_findxpath(XmlNode *node, const talvo_ustring *expression,
                                            talvo_arraylist **list) TALVO_NOEXCEPT;
+/* talvo_xml_getidattribute returns the attribute, borrowed, that is declared an ID of the document
+ * with that value and is part of it, or NULL. The first declaration of a value wins. */
 TALVO_API XmlNode *talvo_xml_getidattribute(const XmlDoc *doc,
                                             const talvo_ustring *id) TALVO_NOEXCEPT;
+/* talvo_xml_getidelemnode returns the element of that attribute. */
 TALVO_API XmlNode *talvo_xml_getidelemnode(const XmlDoc *doc,
                                            const talvo_ustring *id) TALVO_NOEXCEPT;
+/* talvo_xml_node_setidattr declares an attribute of the document, or of a tree without document,
+ * to be an ID: 1, also when that value is an ID already and stays with its attribute; 0 for an
+ * empty value and for an attribute of another document. The value counts as it stands, blanks
+ * included. */
 TALVO_API int32_t talvo_xml_node_setidattr(XmlDoc *doc, XmlNode *attr) TALVO_NOEXCEPT;
 
 /* ---- decoding a signature, queries ---- */
