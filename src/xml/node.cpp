@@ -3,14 +3,16 @@
 #include "xml/node.h"
 
 #include <array>
-#include <string>
+#include <string_view>
 
-#include "base/boundary.h"
+#include "base/memory.h"
 #include "base/utf8.h"
 #include "xml/native.h"
 
 namespace talvo {
 namespace {
+
+constexpr char kSource[] = "TALVO_XML";
 
 // By libxml2's kind number minus one.
 constexpr std::array<NodeKind, 18> kKinds = {
@@ -106,6 +108,22 @@ talvo_ustring *attributeValue(const XmlNode *node) noexcept {
   }
   const XmlChars value(xmlNodeGetContent(native(node)));
   return newString(value.get());
+}
+
+// Shows each text of a run of siblings that is more than blanks; false when the run holds something
+// else than text, comments and processing instructions.
+template <class Visit>
+bool visitTexts(const XmlNode *first, Visit visit) noexcept {
+  for (const XmlNode *at = first; at != nullptr; at = talvo_xml_node_getnextsibling(at)) {
+    if (isIgnorable(at)) {
+      continue;
+    }
+    if (kindOf(at) != NodeKind::text) {
+      return false;
+    }
+    visit(viewOf(native(at)->content));
+  }
+  return true;
 }
 
 bool sameText(const xmlChar *text, const talvo_ustring *string) noexcept {
@@ -336,22 +354,25 @@ talvo_ustring *talvo_xml_node_getvalue(const XmlNode *node) noexcept {
 }
 
 talvo_ustring *talvo_xml_node_getpcdata(const XmlNode *first) noexcept {
-  if (first == nullptr) {
+  size_t length = 0;
+  std::string_view last;
+  const auto measure = [&](std::string_view text) {
+    length += text.size();
+    last = text;
+  };
+  if (first == nullptr || !visitTexts(first, measure)) {
     return nullptr;
   }
-  return guard([first]() -> talvo_ustring * {
-    std::string text;
-    for (const XmlNode *at = first; at != nullptr; at = talvo_xml_node_getnextsibling(at)) {
-      if (isIgnorable(at)) {
-        continue;
-      }
-      if (kindOf(at) != NodeKind::text) {
-        return nullptr;
-      }
-      text += viewOf(native(at)->content);
-    }
-    return makeString(text).release();
-  });
+  if (last.size() == length) {
+    return makeString(last).release();  // one text, as nearly always
+  }
+  const TextBuffer joined = makeText(kSource, length);
+  if (!joined) {
+    return nullptr;
+  }
+  char *end = joined.get();
+  visitTexts(first, [&end](std::string_view text) { end += text.copy(end, text.size()); });
+  return makeString({joined.get(), length}).release();
 }
 
 XmlNode *talvo_xml_doc_getrootelement(const XmlDoc *doc) noexcept {
