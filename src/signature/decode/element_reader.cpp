@@ -26,6 +26,14 @@ bool readAttributes(const XmlNode *element, std::initializer_list<AttributeSlot>
   return true;
 }
 
+XmlNode *findAttribute(const XmlNode *element, const talvo_ustring *name) noexcept {
+  XmlNode *attribute = talvo_xml_node_getattribute(element);
+  while (attribute != nullptr && !matches(attribute, name, nullptr)) {
+    attribute = talvo_xml_node_getnextsibling(attribute);
+  }
+  return attribute;
+}
+
 }  // namespace talvo
 
 using namespace talvo;

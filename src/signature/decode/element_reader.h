@@ -73,11 +73,12 @@ List readRest(ElementCursor &children, Decode decode) noexcept {
   return list;
 }
 
-// Moves a decoded part, a handle, into the variant of a record; false when there is none.
+// Moves a decoded part, a handle, into the variant of a record; false when there is none. (Assigning
+// a whole variant cannot throw, while assigning an alternative has a path on paper that can.)
 template <class Part, class Variant>
 bool store(Part part, Variant *variant) noexcept {
   const bool present = part != nullptr;
-  *variant = std::move(part);
+  *variant = Variant(std::move(part));
   return present;
 }
 
@@ -99,6 +100,9 @@ inline bool readAlgorithm(const XmlNode *element, UString *algorithm) noexcept {
   return readAttributes(element, {{g_xml_signature_algorithm_attr, algorithm}}) &&
          *algorithm != nullptr;
 }
+
+// The attribute of that name without namespace, or null.
+XmlNode *findAttribute(const XmlNode *element, const talvo_ustring *name) noexcept;
 
 inline bool hasAttributes(const XmlNode *element) noexcept {
   return talvo_xml_node_getattribute(element) != nullptr;

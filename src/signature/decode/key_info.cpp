@@ -103,7 +103,7 @@ KeyInfoItem *talvo_xml_decode_signature_keyinfoelem(XmlNode *node,
   if (!item) {
     return nullptr;
   }
-  item->data = node;
+  item->data = ItemData(node);
   for (const Kind &kind : kKinds) {
     if (isSignatureElement(node, *kind.name)) {
       item->kind = kind.number;

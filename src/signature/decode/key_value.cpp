@@ -72,8 +72,7 @@ bool readKey(XmlNode *child, KeyValue &value) noexcept {
     value.kind = kDsa;
     return store(decodeDsa(child), &value.value);
   }
-  value.value = child;
-  return true;
+  return store(child, &value.value);
 }
 
 }  // namespace

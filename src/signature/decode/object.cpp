@@ -72,8 +72,7 @@ bool readContent(XmlNode *node, const Surroundings &around, ObjectContent &conte
           Owned<Manifest>(talvo_xml_decode_signature_manifest(node, around.signatureElement)),
           &content.data);
     default:
-      content.data = node;
-      return true;
+      return store(node, &content.data);
   }
 }
 

@@ -50,7 +50,7 @@ Owned<X509DataItem> decodeItem(XmlNode *node) noexcept {
   if (!item) {
     return nullptr;
   }
-  item->data = node;
+  item->data = ItemData(node);
   for (const Kind &kind : kKinds) {
     if (isSignatureElement(node, *kind.name)) {
       item->kind = kind.number;

@@ -45,7 +45,7 @@ XmlNode *unsignedSignatureProperties(const XmlNode *qualifying) noexcept {
 }
 
 UString idOf(const XmlNode *element) noexcept {
-  return UString(talvo_xml_node_getattributevalue(element, g_xml_xades_id, nullptr));
+  return UString(talvo_xml_node_getvalue(findAttribute(element, g_xml_xades_id)));
 }
 
 TalvoPKICert *decodeCertificateValue(const XmlNode *element) noexcept {

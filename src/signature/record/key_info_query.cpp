@@ -4,7 +4,6 @@
 namespace talvo {
 namespace {
 
-constexpr int32_t kX509Data = 4;
 constexpr int32_t kCertificate = 4;
 
 ListView<KeyInfoItem> itemsOf(const Signature *signature) noexcept {
@@ -39,11 +38,11 @@ const talvo_ustring *textAt(const Signature *signature, int32_t index) noexcept 
 template <class Visit>
 void visitCertificates(const Signature *signature, Visit visit) noexcept {
   for (const KeyInfoItem *item : itemsOf(signature)) {
-    if (item->kind != kX509Data) {
-      continue;
-    }
-    for (const X509DataItem *part : items<X509DataItem>(std::get<List>(item->data))) {
-      if (part->kind == kCertificate && visit(std::get<Blob>(part->data).get())) {
+    const List *parts = std::get_if<List>(&item->data);
+    for (const X509DataItem *part :
+         items<X509DataItem>(parts == nullptr ? nullptr : parts->get())) {
+      const Blob *octets = std::get_if<Blob>(&part->data);
+      if (part->kind == kCertificate && octets != nullptr && visit(octets->get())) {
         return;
       }
     }

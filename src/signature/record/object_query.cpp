@@ -13,14 +13,20 @@ const ObjectContent *contentAt(const Signature *signature, int32_t index, int32_
   return object == nullptr ? nullptr : items<ObjectContent>(object->content)[item];
 }
 
-struct NodeOf {
-  XmlNode *operator()(XmlNode *node) const noexcept { return node; }
-  XmlNode *operator()(const UString &) const noexcept { return nullptr; }
-  template <class Handle>
-  XmlNode *operator()(const Handle &record) const noexcept {
-    return record->element;
+template <class Part>
+XmlNode *elementOf(const ObjectContent &content) noexcept {
+  const Part *part = std::get_if<Part>(&content.data);
+  return part == nullptr ? nullptr : (*part)->element;
+}
+
+XmlNode *nodeOf(const ObjectContent &content) noexcept {
+  if (XmlNode *const *node = std::get_if<XmlNode *>(&content.data)) {
+    return *node;
   }
-};
+  XmlNode *element = elementOf<SignatureRecord>(content);
+  element = element == nullptr ? elementOf<Owned<SignatureProperties>>(content) : element;
+  return element == nullptr ? elementOf<Owned<Manifest>>(content) : element;
+}
 
 }  // namespace
 }  // namespace talvo
@@ -68,5 +74,5 @@ int32_t talvo_xml_signature_getobjectcontentkind(const Signature *signature, int
 XmlNode *talvo_xml_signature_getobjectcontentnode(const Signature *signature, int32_t index,
                                                   int32_t item) noexcept {
   const ObjectContent *content = contentAt(signature, index, item);
-  return content == nullptr ? nullptr : std::visit(NodeOf{}, content->data);
+  return content == nullptr ? nullptr : nodeOf(*content);
 }

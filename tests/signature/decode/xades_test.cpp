@@ -95,10 +95,12 @@ TEST_F(DecodeXadesTest, LeavesOutWhatItCannotRead) {
   }
 }
 
-TEST_F(DecodeXadesTest, ReadsIdsOnlyWhereTheyComeFirst) {
-  const Decoded decoded =
-      decode(edited(richDocument(), "Id=\"QP\" Target=\"#S\"", "Target=\"#S\" Id=\"QP\""));
-  EXPECT_EQ(summaryOf(decoded.record.get()), "- SP SSP 2024 12111");
+TEST_F(DecodeXadesTest, ReadsIdsWhereverTheyStandAmongTheAttributes) {
+  const std::string document =
+      edited(richDocument(), "Id=\"QP\" Target=\"#S\"", "Target=\"#S\" Id=\"QP\"");
+  EXPECT_EQ(summaryOf(decode(document).record.get()), "QP SP SSP 2024 12111");
+  EXPECT_EQ(summaryOf(decode(edited(document, "Id=\"QP\"", "ds:Id=\"QP\"")).record.get()),
+            "- SP SSP 2024 12111");
 }
 
 TEST_F(DecodeXadesTest, ReadsNothingWhenTheSignatureEndsWithKeyInfo) {
