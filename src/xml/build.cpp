@@ -40,6 +40,7 @@ XmlNode *registerDoc(NativeDoc doc) noexcept {
 
 xmlAttr *newAttribute(xmlNode *element, xmlNs *ns, const xmlChar *name,
                       const xmlChar *value) noexcept {
+  noteEdit();
   const MemoryWatch watch;
   const AtHome home(element);
   xmlAttr *attribute =
@@ -170,6 +171,7 @@ XmlNode *talvo_xml_node_newns(XmlNode *element, const talvo_ustring *uri,
   if (kindOf(element) != NodeKind::element || !isUsable(uri) || !isUsable(prefix)) {
     return nullptr;
   }
+  noteEdit();
   return handleOf(xmlNewNs(native(element), textOf(uri), textOf(prefix)));
 }
 

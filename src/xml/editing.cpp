@@ -88,6 +88,7 @@ bool parseValue(xmlDoc *doc, const Utf8 &value, OwnedNode *nodes) noexcept {
 }
 
 void replaceChildren(xmlNode *parent, OwnedNode nodes) noexcept {
+  noteEdit();
   while (parent->children != nullptr) {
     freeTree(parent->children);
   }
@@ -253,6 +254,7 @@ int32_t talvo_xml_node_setns(XmlNode *node, const XmlNode *ns) noexcept {
       (kind != NodeKind::element && kind != NodeKind::attribute)) {
     return 0;
   }
+  noteEdit();
   native(node)->ns = nativeNs(ns);
   return 1;
 }

@@ -114,6 +114,7 @@ bool createRegistry() noexcept {
 }
 
 void destroyRegistry() noexcept {
+  noteEdit();
   if (g_nodeList != nullptr) {
     freeEntries();
     destroy(g_nodeList);

@@ -2,6 +2,8 @@
 // stack.
 #include "xml/tree.h"
 
+#include <atomic>
+
 #include <libxml/dict.h>
 
 #include "xml/id_table.h"
@@ -10,6 +12,8 @@
 
 namespace talvo {
 namespace {
+
+std::atomic<uint64_t> g_edits{0};
 
 // Below an entity reference lies the declaration, which belongs to the document type.
 bool hasOwnChildren(const xmlNode *node) noexcept {
@@ -80,6 +84,14 @@ void prepareToDie(xmlNode *top, xmlDoc *home) noexcept {
 
 }  // namespace
 
+void noteEdit() noexcept {
+  g_edits.fetch_add(1, std::memory_order_relaxed);
+}
+
+uint64_t editCount() noexcept {
+  return g_edits.load(std::memory_order_relaxed);
+}
+
 xmlNode *nextInTree(const xmlNode *node, const xmlNode *top) noexcept {
   if (hasOwnChildren(node)) {
     return node->children;
@@ -106,6 +118,7 @@ AtHome::~AtHome() {
 }
 
 void cut(xmlNode *node) noexcept {
+  noteEdit();
   xmlNode *parent = node->parent;
   if (parent != nullptr && node->type == XML_ATTRIBUTE_NODE) {
     if (asNode(parent->properties) == node) {
@@ -129,6 +142,7 @@ void cut(xmlNode *node) noexcept {
 }
 
 void splice(xmlNode *node, const Place &place) noexcept {
+  noteEdit();
   xmlNode *ref = place.ref;
   xmlNode *parent = place.parent();
   node->parent = parent;
@@ -183,6 +197,7 @@ bool prepareToDetach(xmlNode *node) noexcept {
 }
 
 void finishMove(xmlNode *top, xmlDoc *to) noexcept {
+  noteEdit();
   xmlDoc *from = homeOf(top);
   top->doc = from;
   if (from == to) {
@@ -208,6 +223,7 @@ void finishMove(xmlNode *top, xmlDoc *to) noexcept {
 }
 
 void freeTree(xmlNode *top) noexcept {
+  noteEdit();
   xmlDoc *home = homeOf(top);
   top->doc = home;
   prepareToDie(top, home);
@@ -217,6 +233,7 @@ void freeTree(xmlNode *top) noexcept {
 }
 
 void freeDocument(xmlDoc *doc) noexcept {
+  noteEdit();
   if (anyRehomed()) {
     prepareToDie(asNode(doc), doc);
   }

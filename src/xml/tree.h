@@ -9,6 +9,10 @@
 
 namespace talvo {
 
+// To be called by whatever changes the structure, the names or the attributes of a document, see
+// editCount.
+void noteEdit() noexcept;
+
 // The node after `node` in document order within the tree of `top`; null at the end. What an entity
 // reference refers to is no part of the tree.
 xmlNode *nextInTree(const xmlNode *node, const xmlNode *top) noexcept;

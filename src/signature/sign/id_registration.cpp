@@ -70,6 +70,27 @@ bool declareIdsOfSignatures(XmlDoc *doc, XmlNode *root) noexcept {
   return found;
 }
 
+// The document whose signatures were declared last. Declaring them once more changes nothing while
+// no document is edited, and would make the work over many signatures or references, each of which
+// asks for it, grow with the square of their number.
+struct Declared {
+  const XmlDoc *doc;
+  uint64_t edits;
+};
+thread_local constinit Declared t_declared = {nullptr, 0};
+
+bool declareIdsOfSignaturesOnce(XmlDoc *doc) noexcept {
+  const uint64_t edits = editCount();
+  if (doc != nullptr && t_declared.doc == doc && t_declared.edits == edits) {
+    return true;
+  }
+  if (!declareIdsOfSignatures(doc, talvo_xml_doc_getrootelement(doc))) {
+    return false;
+  }
+  t_declared = {doc, edits};
+  return true;
+}
+
 bool declareIdsOfRecord(const Signature &signature) noexcept {
   const std::string_view name = viewOf(g_xml_signature_id);
   XmlDoc *doc = signature.document;
@@ -99,7 +120,7 @@ bool declareIdsOfRecord(const Signature &signature) noexcept {
 using namespace talvo;
 
 int32_t talvo_xml_signature_setid(XmlDoc *doc) noexcept {
-  return declareIdsOfSignatures(doc, talvo_xml_doc_getrootelement(doc)) ? 1 : 0;
+  return declareIdsOfSignaturesOnce(doc) ? 1 : 0;
 }
 
 int32_t talvo_xml_node_setsubtreeidattr(XmlDoc *doc, XmlNode *node,

@@ -41,6 +41,29 @@ TEST_F(IdRegistrationTest, FindsEverySignature) {
   EXPECT_EQ(declared(document, {"1", "2", "3", "4", "5", "6"}), "1 2 3 5 6 ");
 }
 
+// What was declared is remembered while no document is edited, and no longer.
+TEST_F(IdRegistrationTest, NoticesEveryEdit) {
+  const Document document =
+      parse(expand("<doc xmlns:ds='{ds}'><ds:Signature><a/></ds:Signature></doc>"));
+  XmlNode *signature = findSignature(document);
+  XmlNode *a = talvo_xml_node_getelemchildren(signature);
+  EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
+  XmlNode *attribute =
+      talvo_xml_node_newattr(a, nullptr, g_xml_signature_id, makeString("1").get());
+  EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
+  EXPECT_EQ(declared(document, {"1", "2"}), "1 ") << "a new attribute";
+  EXPECT_EQ(talvo_xml_node_setvalue(attribute, makeString("2").get()), 1);
+  EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
+  EXPECT_EQ(declared(document, {"1", "2"}), "2 ") << "a new value";
+  XmlNode *copy = talvo_xml_node_dup(a);
+  talvo_xml_node_setvalue(talvo_xml_node_getattribute(copy), makeString("3").get());
+  EXPECT_NE(talvo_xml_node_addchild(signature, copy), nullptr);
+  EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
+  EXPECT_EQ(declared(document, {"1", "2", "3"}), "2 3 ") << "a new element";
+  talvo_xml_node_remove(signature);
+  EXPECT_EQ(talvo_xml_signature_setid(document.get()), 0) << "no signature any more";
+}
+
 TEST_F(IdRegistrationTest, NeedsASignature) {
   EXPECT_EQ(talvo_xml_signature_setid(nullptr), 0);
   EXPECT_EQ(talvo_xml_signature_setid(parse("<doc Id='x'/>").get()), 0);
