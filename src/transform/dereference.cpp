@@ -14,7 +14,6 @@
 
 #include "base/list.h"
 #include "base/utf8.h"
-#include "signature/sign/id_registration.h"
 #include "signature/vocabulary/error.h"
 #include "transform/file.h"
 #include "transform/uri.h"
@@ -96,7 +95,6 @@ bool verifyManifest(XmlNode *manifest, uint32_t flags, const talvo_ustring *base
   if (currentWalk != nullptr) {
     return currentWalk->verify(manifest, flags, basePath, error);
   }
-  const IdScope scope(talvo_xml_node_getdoc(manifest));
   ManifestWalk walk;
   currentWalk = &walk;
   const bool holds = guardWithError(error, DereferenceError::outOfMemory,
