@@ -51,11 +51,6 @@ const Method *findMethod(int32_t number) noexcept {
 constexpr uint64_t kMostSteps = 2'000'000'000;
 constexpr uint64_t kMostStepsPerElement = 20'000;
 
-struct Fitness {
-  bool isCanonical = true;   // no relative namespace URI, no entity reference
-  bool isAffordable = true;  // for inclusive canonicalisation
-};
-
 // Walks a document once.
 class Inspection {
  public:
@@ -261,16 +256,14 @@ FitnessScope::~FitnessScope() {
 }
 
 bool FitnessScope::isFit(const XmlDoc *document, bool isInclusive) noexcept {
-  FitnessScope *scope =
-      currentScope != nullptr && currentScope->document_ == document ? currentScope : nullptr;
-  if (scope != nullptr && scope->isFit_) {
-    return true;
+  if (currentScope == nullptr || currentScope->document_ != document) {
+    return Inspection().of(nativeDoc(document)).allows(isInclusive);
   }
-  const Fitness fitness = Inspection().of(nativeDoc(document));
-  if (scope != nullptr) {
-    scope->isFit_ = fitness.isCanonical && fitness.isAffordable;
+  std::optional<Fitness> &fitness = currentScope->fitness_;
+  if (!fitness) {
+    fitness = Inspection().of(nativeDoc(document));
   }
-  return fitness.isCanonical && (fitness.isAffordable || !isInclusive);
+  return fitness->allows(isInclusive);
 }
 
 bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **prefixes) noexcept {

@@ -2,6 +2,7 @@
 // they arise. Whoever digests or signs them never holds them all.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "talvo_xml.h"
@@ -43,6 +44,16 @@ bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **pr
 bool canonicalizeSubtree(OctetSink &sink, XmlNode *node, int32_t method, char **prefixes) noexcept;
 Blob canonicalize(NodeSet *nodes, int32_t method, char **prefixes) noexcept;
 
+// What inspecting a document found.
+struct Fitness {
+  bool isCanonical = true;   // no relative namespace URI, no entity reference
+  bool isAffordable = true;  // for inclusive canonicalisation
+
+  bool allows(bool isInclusive) const noexcept {
+    return isCanonical && (isAffordable || !isInclusive);
+  }
+};
+
 // While one of these lives, its document is inspected once and not again for the next subtree: with
 // many references in one document that would cost the square of their number. The owner promises
 // that the document lives and gets no element, attribute or namespace declaration meanwhile; text
@@ -59,7 +70,7 @@ class FitnessScope {
 
  private:
   const XmlDoc *document_;
-  bool isFit_ = false;
+  std::optional<Fitness> fitness_;
   bool isOutermost_;
 };
 
