@@ -70,25 +70,26 @@ bool declareIdsOfSignatures(XmlDoc *doc, XmlNode *root) noexcept {
   return found;
 }
 
-// The document whose signatures were declared last. Declaring them once more changes nothing while
-// no document is edited, and would make the work over many signatures or references, each of which
-// asks for it, grow with the square of their number.
+// The document whose signatures were declared last, and whether all could be. Doing it once more
+// changes nothing while no document is edited, and would make the work over many signatures or
+// references, each of which asks for it, grow with the square of their number.
 struct Declared {
   const XmlDoc *doc;
   uint64_t edits;
+  bool all;
 };
-thread_local constinit Declared t_declared = {nullptr, 0};
+thread_local constinit Declared t_declared = {nullptr, 0, false};
 
 bool declareIdsOfSignaturesOnce(XmlDoc *doc) noexcept {
   const uint64_t edits = editCount();
-  if (doc != nullptr && t_declared.doc == doc && t_declared.edits == edits) {
-    return true;
+  const int64_t refusals = talvo_memory_getrefusals();
+  if (t_declared.doc != doc || t_declared.edits != edits) {
+    const bool all = declareIdsOfSignatures(doc, talvo_xml_doc_getrootelement(doc));
+    const bool lackedMemory = talvo_memory_getrefusals() != refusals;
+    t_declared = {lackedMemory ? nullptr : doc, edits, all};
+    return all;
   }
-  if (!declareIdsOfSignatures(doc, talvo_xml_doc_getrootelement(doc))) {
-    return false;
-  }
-  t_declared = {doc, edits};
-  return true;
+  return doc != nullptr && t_declared.all;
 }
 
 bool declareIdsOfRecord(const Signature &signature) noexcept {
