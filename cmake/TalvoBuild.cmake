@@ -18,7 +18,7 @@ target_compile_options(
 target_compile_definitions(
   talvo_options INTERFACE $<$<BOOL:${TALVO_FAULT_HOOKS}>:TALVO_FAULT_HOOKS>
                           $<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>)
-target_link_options(talvo_options INTERFACE -Wl,--as-needed -Wl,-z,relro)
+target_link_options(talvo_options INTERFACE -Wl,--as-needed -Wl,-z,relro -Wl,-z,now)
 
 if(TALVO_SANITIZE)
   set(sanitize -fsanitize=${TALVO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -26,16 +26,8 @@ if(TALVO_SANITIZE)
   target_link_options(talvo_options INTERFACE ${sanitize})
 endif()
 
-# While modules are still missing, programs are linked all the same and fail only where they call one.
-option(TALVO_ALLOW_UNRESOLVED "Link although functions are missing" ON)
-if(TALVO_ALLOW_UNRESOLVED)
-  target_link_options(talvo_options INTERFACE -Wl,--unresolved-symbols=ignore-all -Wl,--export-dynamic -Wl,-z,lazy)
-else()
-  target_link_options(talvo_options INTERFACE -Wl,-z,now)
-endif()
-
 # clang's sanitizer runtime is linked into programs only, so its shared libraries keep undefined symbols.
-if(TALVO_ALLOW_UNRESOLVED OR TALVO_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES Clang)
+if(TALVO_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES Clang)
   set(talvo_defs)
 else()
   set(talvo_defs -Wl,-z,defs)
