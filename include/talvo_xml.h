@@ -51,6 +51,8 @@ extern "C" {
 /* Types of references that XAdES defines. */
 #define TALVO_XML_TYPE_SIGNED_PROPERTIES "http://uri.etsi.org/01903#SignedProperties"
 #define TALVO_XML_TYPE_COUNTERSIGNED_SIGNATURE "http://uri.etsi.org/01903#CountersignedSignature"
+/* The type of a reference to a Manifest (XML Signature). */
+#define TALVO_XML_TYPE_MANIFEST "http://www.w3.org/2000/09/xmldsig#Manifest"
 
 typedef struct XmlNode XmlNode;
 typedef XmlNode XmlDoc;
@@ -1012,6 +1014,13 @@ TALVO_API int32_t talvo_xml_signature_sign(XmlDoc *doc, XmlNode *parent, XmlNode
                                            TalvoPKICert *certificate, const char *credential,
                                            XmlNode **signatureElement,
                                            uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_newsignaturenode links a new, empty ds:Signature element, which
+ * talvo_xml_signature_sign_ex can then fill: as the root of `parent` when that is a document (an old
+ * root leaves it), else right after its child `sibling` or, without one, as its last child. The
+ * element declares the XML Signature namespace with `prefix`, or as the default namespace for a NULL
+ * prefix. Returns the element, which belongs to the document, or NULL with nothing changed. */
+TALVO_API XmlNode *talvo_xml_signature_newsignaturenode(XmlNode *parent, XmlNode *sibling,
+                                                        const talvo_ustring *prefix) TALVO_NOEXCEPT;
 /* talvo_xml_signature_sign_ex completes and signs a Signature element that stands where the caller
  * wants it, with the private key of the certificate (not locked) and JSON parameters, which
  * docs/signing-parameters.md describes. The element may hold nothing, or Objects, comments and white
@@ -1303,6 +1312,10 @@ TALVO_API const char *talvo_xml_algorithm_getname(uint32_t kind, int32_t number)
 /* talvo_xml_algorithm_geturi returns the identifier that is written for the algorithm as a new
  * string, or NULL where there is none. */
 TALVO_API talvo_ustring *talvo_xml_algorithm_geturi(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
+/* talvo_xml_algorithm_getjsonname returns the borrowed name that chooses the algorithm in the JSON
+ * signing parameters, or NULL where it cannot be chosen there. Kind 5 are the certificate options.
+ */
+TALVO_API const char *talvo_xml_algorithm_getjsonname(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
 
 #ifdef __cplusplus
 }

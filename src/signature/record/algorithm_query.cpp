@@ -10,11 +10,12 @@ using namespace talvo;
 struct Answer {
   const char *name = nullptr;
   VocabularySlot uri = nullptr;
+  std::string_view jsonName = {};
 };
 
 template <class Row>
 Answer answerOf(const Row *row) noexcept {
-  return row == nullptr ? Answer{} : Answer{row->name, row->uri};
+  return row == nullptr ? Answer{} : Answer{row->name, row->uri, row->jsonName};
 }
 
 Answer lookUp(uint32_t kind, int32_t number) noexcept {
@@ -27,6 +28,8 @@ Answer lookUp(uint32_t kind, int32_t number) noexcept {
       return answerOf(signatureByNumber(number));
     case 4:
       return answerOf(transformByNumber(number));
+    case 5:
+      return {nullptr, nullptr, includeCertOptionJsonName(number)};
     default:
       return {};
   }
@@ -41,4 +44,10 @@ const char *talvo_xml_algorithm_getname(uint32_t kind, int32_t number) noexcept 
 talvo_ustring *talvo_xml_algorithm_geturi(uint32_t kind, int32_t number) noexcept {
   const VocabularySlot uri = lookUp(kind, number).uri;
   return uri == nullptr ? nullptr : talvo_ustring_dup(*uri);
+}
+
+// The names are literals, so their views end in a NUL.
+const char *talvo_xml_algorithm_getjsonname(uint32_t kind, int32_t number) noexcept {
+  const std::string_view name = lookUp(kind, number).jsonName;
+  return name.empty() ? nullptr : name.data();
 }
