@@ -126,26 +126,28 @@ bool fits(const Place &place, const xmlNode *node) noexcept {
 
 bool liesWithin(const Place &place, const xmlNode *node) noexcept {
   const xmlNode *at = place.ref;
-  while (at != nullptr && at != node) {
+  // A tree that grows downwards is not climbed for each leaf.
+  while (at != nullptr && at != node && node->children != nullptr) {
     at = at->parent;
   }
-  return at != nullptr;
+  return at == node;
 }
 
 bool liesWithinRun(const Place &place, const xmlNode *first) noexcept {
+  bool haveChildren = false;
+  for (const xmlNode *node = first; node != nullptr; node = node->next) {
+    haveChildren = haveChildren || node->children != nullptr;
+  }
   // Of the nodes above the place only the one beside `first` can be in its run.
   const xmlNode *at = place.ref;
-  while (at != nullptr && at->parent != first->parent) {
+  while (haveChildren && at != nullptr && at->parent != first->parent) {
     at = at->parent;
-  }
-  if (at == nullptr) {
-    return false;
   }
   const xmlNode *node = first;
   while (node != nullptr && node != at) {
     node = node->next;
   }
-  return node != nullptr;
+  return node != nullptr && at != nullptr;
 }
 
 xmlNode *linkNodes(const Place &place, xmlNode *first, Extent extent) noexcept {

@@ -19,14 +19,22 @@ static xmlEntity *refuseExternalEntity(void *context, const xmlChar *name) noexc
   if (entity == nullptr || entity->etype != XML_EXTERNAL_GENERAL_PARSED_ENTITY) {
     return entity;
   }
-  xmlStopParser(static_cast<xmlParserCtxt *>(context));
+  auto *parser = static_cast<xmlParserCtxt *>(context);
+  xmlStopParser(parser);
+  // Without this the part before the reference would pass for the whole document.
+  parser->wellFormed = 0;
   return nullptr;
 }
 
 // An external parameter entity is part of the document type, which may stay unread.
-static xmlEntity *ignoreExternalParameterEntity(void *context, const xmlChar *name) noexcept {
+static xmlEntity *skipExternalParameterEntity(void *context, const xmlChar *name) noexcept {
   xmlEntity *entity = xmlSAX2GetParameterEntity(context, name);
-  return entity == nullptr || entity->etype != XML_EXTERNAL_PARAMETER_ENTITY ? entity : nullptr;
+  if (entity == nullptr || entity->etype != XML_EXTERNAL_PARAMETER_ENTITY) {
+    return entity;
+  }
+  // From here on undeclared entities may have been declared in what is skipped.
+  static_cast<xmlParserCtxt *>(context)->hasPErefs = 1;
+  return nullptr;
 }
 }
 
@@ -43,7 +51,7 @@ constexpr int64_t kLargestSize = 2147483647;
 void forbidExternals(xmlSAXHandler *handler) noexcept {
   handler->externalSubset = nullptr;
   handler->getEntity = refuseExternalEntity;
-  handler->getParameterEntity = ignoreExternalParameterEntity;
+  handler->getParameterEntity = skipExternalParameterEntity;
 }
 
 XmlDoc *registerWhole(const MemoryWatch &watch, NativeDoc doc) noexcept {

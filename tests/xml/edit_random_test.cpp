@@ -5,6 +5,7 @@
 #include <random>
 #include <vector>
 
+#include "xml/edit.h"
 #include "xml/node.h"
 #include "xml/xml_support.h"
 
@@ -124,7 +125,7 @@ class Editor {
 
   void edit() {
     read();
-    switch (pick(16)) {
+    switch (pick(18)) {
       case 0:
         noteTop(talvo_xml_node_newelem(nullptr, word().get()));
         break;
@@ -168,8 +169,14 @@ class Editor {
       case 14:
         setRoot();
         break;
-      default:
+      case 15:
         freeSomething();
+        break;
+      case 16:
+        moveOwned();
+        break;
+      default:
+        unlinkAndFreeSomething();
         break;
     }
     dropLinkedTops();
@@ -195,6 +202,31 @@ class Editor {
     XmlNode *node = anyNode();
     talvo_xml_node_remove(node);
     noteTop(node);
+  }
+
+  // As the library's own code moves a node: what cannot be linked is freed.
+  void moveOwned() {
+    XmlNode *node = anyNode();
+    OwnedNode owned = takeNode(node);
+    XmlNode *place = anyNode();
+    XmlNode *linked = pick(2) == 0 ? linkChild(place, owned) : linkAfter(place, owned);
+    if (linked == nullptr) {
+      forgetTree(node);
+    } else {
+      noteTop(node);
+    }
+  }
+
+  void unlinkAndFreeSomething() {
+    XmlNode *node = anyNode();
+    if (pick(3) == 0 && kindOf(node) != NodeKind::namespaceDeclaration) {
+      forgetTree(node);
+      unlinkAndFree(node);
+    }
+  }
+
+  void forgetTree(const XmlNode *top) {
+    std::erase_if(tops_, [top](const XmlNode *node) { return isAtOrBelow(node, top); });
   }
 
   void setValue() {
