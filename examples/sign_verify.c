@@ -87,15 +87,16 @@ static SignedInfoCtx *newSignedInfo(int32_t method) {
   return signedInfo;
 }
 
-/* Puts a signature in front of the end tag of the root element. */
+/* Appends a signature to the children of the root element. */
 static int sign(XmlDoc *doc, TalvoPKICert *signer) {
   int32_t keyType = 0;
   TalvoPKICertGetCertIntegerAttribute(signer, kKeyType, &keyType);
   SignedInfoCtx *signedInfo =
       newSignedInfo(keyType == kTypeEllipticCurve ? kEcdsaSha256 : kRsaSha256);
+  XmlNode *signature = NULL; /* borrowed: it belongs to the document */
   uint32_t error = 0;
   int done = talvo_xml_signature_sign(doc, talvo_xml_doc_getrootelement(doc), NULL, NULL,
-                                      signedInfo, NULL, signer, NULL, NULL, &error);
+                                      signedInfo, NULL, signer, NULL, &signature, &error);
   if (!done) {
     fprintf(stderr, "signing failed: error %u\n", (unsigned)error);
   }
