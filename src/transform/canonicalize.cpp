@@ -1,17 +1,17 @@
 // libxml2 does the work; what stands here decides how it is asked. With a visibility callback it
-// asks about every node of the document, so a whole document runs without one, and so does a single
-// subtree, in a copy of the document record that has the subtree as its only child, where that
-// gives the same octets.
+// asks about every node of the document. So a whole document runs without one, a single subtree in a
+// copy of the document record that has nothing else, and what an enveloped signature leaves with the
+// signature out of sight: each where that gives the same octets.
 #include "transform/canonicalize.h"
 
 #include <array>
 #include <string_view>
 
 #include <libxml/c14n.h>
-#include <libxml/uri.h>
 #include <libxml/xmlIO.h>
 
 #include "base/boundary.h"
+#include "transform/fitness.h"
 #include "xml/native.h"
 #include "xml/node.h"
 
@@ -43,91 +43,6 @@ const Method *findMethod(int32_t number) noexcept {
   }
   return nullptr;
 }
-
-// ---- what libxml2 refuses, wherever in the document it stands ----
-
-// libxml2 looks up each declaration in scope at each element, which costs the square of their
-// number. Beyond this many steps, and this many for each element, a document is refused.
-constexpr uint64_t kMostSteps = 2'000'000'000;
-constexpr uint64_t kMostStepsPerElement = 20'000;
-
-// Walks a document once.
-class Inspection {
- public:
-  Fitness of(const xmlDoc *document) noexcept;
-
- private:
-  bool enter(const xmlNode *node) noexcept;
-  bool isAbsoluteUri(const xmlChar *uri) noexcept;
-  size_t countDeclarations(const xmlNode *element) const noexcept;
-
-  const xmlChar *lastAbsolute_ = nullptr;
-  uint64_t inScope_ = 0;
-  uint64_t elements_ = 0;
-  uint64_t steps_ = 0;
-};
-
-// Documents declare the same few URIs again and again: remember one.
-bool Inspection::isAbsoluteUri(const xmlChar *uri) noexcept {
-  if (uri == nullptr || *uri == 0 || xmlStrEqual(uri, lastAbsolute_) != 0) {
-    return true;
-  }
-  const Handle<xmlURI, xmlFreeURI> parsed(xmlParseURI(plainText(uri)));
-  if (parsed == nullptr || parsed->scheme == nullptr) {
-    return false;
-  }
-  lastAbsolute_ = uri;
-  return true;
-}
-
-bool Inspection::enter(const xmlNode *node) noexcept {
-  if (node->type != XML_ELEMENT_NODE) {
-    return node->type != XML_ENTITY_REF_NODE;
-  }
-  for (const xmlNs *ns = node->nsDef; ns != nullptr; ns = ns->next) {
-    if (!isAbsoluteUri(ns->href)) {
-      return false;
-    }
-    ++inScope_;
-  }
-  ++elements_;
-  steps_ += inScope_ * inScope_;
-  return true;
-}
-
-size_t Inspection::countDeclarations(const xmlNode *element) const noexcept {
-  size_t count = 0;
-  for (const xmlNs *ns = element->nsDef; ns != nullptr; ns = ns->next) {
-    ++count;
-  }
-  return count;
-}
-
-Fitness Inspection::of(const xmlDoc *document) noexcept {
-  const auto *top = reinterpret_cast<const xmlNode *>(document);
-  const xmlNode *node = document->children;
-  while (node != nullptr && node != top) {
-    if (!enter(node)) {
-      return {false, false};
-    }
-    if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
-      node = node->children;
-      continue;
-    }
-    for (; node != top; node = node->parent) {
-      if (node->type == XML_ELEMENT_NODE) {
-        inScope_ -= countDeclarations(node);
-      }
-      if (node->next != nullptr) {
-        node = node->next;
-        break;
-      }
-    }
-  }
-  return {true, steps_ <= kMostSteps || steps_ / kMostStepsPerElement <= elements_};
-}
-
-// ---- running libxml2 ----
 
 // Hands what libxml2 writes to a sink.
 class Output {
@@ -206,14 +121,55 @@ bool isIndependent(const xmlNode *apex, xmlC14NMode mode) noexcept {
   return true;
 }
 
-// The element whose subtree alone is selected and can run alone, or null.
-const xmlNode *loneApex(const PlainSelection &plain, const XmlDoc *document,
-                        xmlC14NMode mode) noexcept {
-  const bool isAlone = plain.isPlain && kindOf(plain.apex) == NodeKind::element &&
+// What a selection leaves for a run without callback.
+enum class Way { whole, alone, callback };
+
+// Whether a node that is taken out lies strictly inside what remains, below an element: a missing
+// root element would change how libxml2 sets its siblings apart.
+bool isRemovable(const XmlNode *removed, const XmlNode *apex, const XmlDoc *document) noexcept {
+  const XmlNode *parent = talvo_xml_node_getparent(removed);
+  return kindOf(removed) == NodeKind::element && kindOf(parent) == NodeKind::element &&
+         isInDocument(removed, document) && (apex == nullptr || isAtOrBelow(parent, apex));
+}
+
+Way findWay(const PlainSelection &plain, const XmlDoc *document, xmlC14NMode mode) noexcept {
+  if (!plain.isPlain ||
+      (plain.removed != nullptr && !isRemovable(plain.removed, plain.apex, document))) {
+    return Way::callback;
+  }
+  if (plain.apex == nullptr) {
+    return Way::whole;
+  }
+  const bool isAlone = kindOf(plain.apex) == NodeKind::element &&
                        isInDocument(plain.apex, document) &&
                        isIndependent(native(plain.apex), mode);
-  return isAlone ? native(plain.apex) : nullptr;
+  return isAlone ? Way::alone : Way::callback;
 }
+
+// Takes a node out of the chain of its siblings for one scope. Only the link that leads to it is
+// changed, and nobody else looks: libxml2 follows children and next links, the sinks see no tree, and
+// one document is never used by two threads at once.
+class HiddenNode {
+ public:
+  explicit HiddenNode(const xmlNode *node) noexcept {
+    if (node != nullptr) {
+      link_ = node->prev != nullptr ? &node->prev->next : &node->parent->children;
+      hidden_ = *link_;
+      *link_ = node->next;
+    }
+  }
+  ~HiddenNode() {
+    if (link_ != nullptr) {
+      *link_ = hidden_;
+    }
+  }
+  HiddenNode(const HiddenNode &) = delete;
+  HiddenNode &operator=(const HiddenNode &) = delete;
+
+ private:
+  xmlNode **link_ = nullptr;
+  xmlNode *hidden_ = nullptr;
+};
 
 // Runs over one element as if it were all that its document holds. Both records are copies, so
 // that the tree stays as it is.
@@ -226,12 +182,21 @@ bool executeAlone(OctetSink &sink, xmlDoc *document, const xmlNode &element,
   return execute(sink, &view, nullptr, settings);
 }
 
+// libxml2 refuses a document for what stands anywhere in it, so what it is not shown is looked at
+// here; for the inclusive methods the whole document is, because of the cost.
+bool isFitFor(Way way, const PlainSelection &plain, const XmlDoc *document,
+              bool isInclusive) noexcept {
+  const bool hidesRest = way == Way::alone && native(plain.apex)->parent->type == XML_ELEMENT_NODE;
+  if (isInclusive || hidesRest) {
+    return FitnessScope::isFit(document, isInclusive);
+  }
+  return way == Way::callback || plain.removed == nullptr || isCanonicalBelow(plain.removed);
+}
+
 bool executeOver(OctetSink &sink, NodeSet *nodes, const Settings &settings) noexcept {
   OrderedRun run(nodes);
   return execute(sink, nativeDoc(documentOf(nodes)), &run, settings) && !run.hasFailed();
 }
-
-thread_local FitnessScope *currentScope = nullptr;
 
 }  // namespace
 
@@ -242,30 +207,6 @@ bool OctetCollector::write(Bytes octets) noexcept {
   });
 }
 
-FitnessScope::FitnessScope(const XmlDoc *document) noexcept
-    : document_(document), isOutermost_(currentScope == nullptr) {
-  if (isOutermost_) {
-    currentScope = this;
-  }
-}
-
-FitnessScope::~FitnessScope() {
-  if (isOutermost_) {
-    currentScope = nullptr;
-  }
-}
-
-bool FitnessScope::isFit(const XmlDoc *document, bool isInclusive) noexcept {
-  if (currentScope == nullptr || currentScope->document_ != document) {
-    return Inspection().of(nativeDoc(document)).allows(isInclusive);
-  }
-  std::optional<Fitness> &fitness = currentScope->fitness_;
-  if (!fitness) {
-    fitness = Inspection().of(nativeDoc(document));
-  }
-  return fitness->allows(isInclusive);
-}
-
 bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **prefixes) noexcept {
   const Method *found = findMethod(method);
   XmlDoc *document = documentOf(nodes);
@@ -274,21 +215,18 @@ bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **pr
   }
   const PlainSelection plain = plainSelection(nodes);
   const bool isInclusive = found->mode != XML_C14N_EXCLUSIVE_1_0;
-  const xmlNode *alone = loneApex(plain, document, found->mode);
   const Settings settings{*found, isInclusive ? nullptr : prefixes,
                           found->withComments && plain.withComments};
-  // libxml2 refuses a document for what stands anywhere in it, so an element that runs alone needs
-  // the look at the rest, if there is any.
-  const bool hidesRest = alone != nullptr && alone->parent->type == XML_ELEMENT_NODE;
-  if ((isInclusive || hidesRest) && !FitnessScope::isFit(document, isInclusive)) {
+  const Way way = findWay(plain, document, found->mode);
+  if (!isFitFor(way, plain, document, isInclusive)) {
     return false;
   }
-  if (alone != nullptr) {
-    return executeAlone(sink, nativeDoc(document), *alone, settings);
+  if (way == Way::callback) {
+    return executeOver(sink, nodes, settings);
   }
-  return plain.isPlain && plain.apex == nullptr
-             ? execute(sink, nativeDoc(document), nullptr, settings)
-             : executeOver(sink, nodes, settings);
+  const HiddenNode hidden(native(plain.removed));
+  return way == Way::whole ? execute(sink, nativeDoc(document), nullptr, settings)
+                           : executeAlone(sink, nativeDoc(document), *native(plain.apex), settings);
 }
 
 bool canonicalizeSubtree(OctetSink &sink, XmlNode *node, int32_t method, char **prefixes) noexcept {

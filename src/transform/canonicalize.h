@@ -2,13 +2,13 @@
 // they arise. Whoever digests or signs them never holds them all.
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "talvo_xml.h"
 
 #include "base/bytes.h"
 #include "base/handle.h"
+#include "transform/fitness.h"
 #include "transform/nodeset.h"
 #include "transform/prefix_list.h"
 
@@ -43,35 +43,5 @@ bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **pr
 // document; an element that is not linked into its document fails.
 bool canonicalizeSubtree(OctetSink &sink, XmlNode *node, int32_t method, char **prefixes) noexcept;
 Blob canonicalize(NodeSet *nodes, int32_t method, char **prefixes) noexcept;
-
-// What inspecting a document found.
-struct Fitness {
-  bool isCanonical = true;   // no relative namespace URI, no entity reference
-  bool isAffordable = true;  // for inclusive canonicalisation
-
-  bool allows(bool isInclusive) const noexcept {
-    return isCanonical && (isAffordable || !isInclusive);
-  }
-};
-
-// While one of these lives, its document is inspected once and not again for the next subtree: with
-// many references in one document that would cost the square of their number. The owner promises
-// that the document lives and gets no element, attribute or namespace declaration meanwhile; text
-// may be added. Scopes nest; the outermost one remembers, for its own thread.
-class FitnessScope {
- public:
-  explicit FitnessScope(const XmlDoc *document) noexcept;
-  ~FitnessScope();
-  FitnessScope(const FitnessScope &) = delete;
-  FitnessScope &operator=(const FitnessScope &) = delete;
-
-  // Whether libxml2 would canonicalise the document, or a part of it, at an acceptable cost.
-  static bool isFit(const XmlDoc *document, bool isInclusive) noexcept;
-
- private:
-  const XmlDoc *document_;
-  std::optional<Fitness> fitness_;
-  bool isOutermost_;
-};
 
 }  // namespace talvo

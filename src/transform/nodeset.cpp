@@ -154,12 +154,19 @@ XmlDoc *documentOf(const NodeSet *nodes) noexcept {
 }
 
 PlainSelection plainSelection(const NodeSet *nodes) noexcept {
+  while (nodes != nullptr && nodes->previous != nullptr) {
+    nodes = nodes->previous;
+  }
   const bool isSubtree = nodes != nullptr && (nodes->kind == SetKind::subtreeWithComments ||
                                               nodes->kind == SetKind::subtree);
-  if (!isSubtree || nodes->previous != nullptr || nodes->next != nullptr) {
+  if (!isSubtree) {
     return {};
   }
-  return {true, nodes->node, nodes->kind == SetKind::subtreeWithComments};
+  const NodeSet *next = nodes->next;
+  const bool isExcluding = next != nullptr && next->kind == SetKind::exclusion &&
+                           next->node != nullptr && next->next == nullptr;
+  return {next == nullptr || isExcluding, nodes->node, isExcluding ? next->node : nullptr,
+          nodes->kind == SetKind::subtreeWithComments};
 }
 
 OrderedRun::OrderedRun(NodeSet *nodes) noexcept : head_(headOf(nodes)) {

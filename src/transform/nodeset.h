@@ -122,11 +122,11 @@ XmlDoc *documentOf(const NodeSet *nodes) noexcept;
 
 // What a chain selects, where that can be said without asking node by node.
 struct PlainSelection {
-  bool isPlain = false;     // one rule: the whole document, or one subtree of it
-  XmlNode *apex = nullptr;  // null for the whole document
+  bool isPlain = false;        // the whole document or a subtree, perhaps without one subtree
+  XmlNode *apex = nullptr;     // null for the whole document
+  XmlNode *removed = nullptr;  // the top of what is removed, or null
   bool withComments = true;
 };
-
 PlainSelection plainSelection(const NodeSet *nodes) noexcept;
 
 // One pass over the document in document order.

@@ -1,0 +1,132 @@
+// Walks documents without asking for memory. Declarations in scope are counted on the way, because
+// their number is what inclusive canonicalisation costs.
+#include "transform/fitness.h"
+
+#include <libxml/uri.h>
+
+#include "xml/native.h"
+
+namespace talvo {
+namespace {
+
+// libxml2 looks up each declaration in scope at each element, which costs the square of their
+// number. Beyond this many steps, and this many for each element, a document is refused.
+constexpr uint64_t kMostSteps = 2'000'000'000;
+constexpr uint64_t kMostStepsPerElement = 20'000;
+
+// Walks a document once.
+class Inspection {
+ public:
+  Fitness of(const XmlDoc *document) noexcept;
+  // Both are false for what libxml2 refuses. A node is entered before what is below it.
+  bool enter(const xmlNode *node) noexcept;
+  bool walkBelow(const xmlNode *top) noexcept;
+
+ private:
+  bool isAbsoluteUri(const xmlChar *uri) noexcept;
+  size_t countDeclarations(const xmlNode *element) const noexcept;
+
+  const xmlChar *lastAbsolute_ = nullptr;
+  uint64_t inScope_ = 0;
+  uint64_t elements_ = 0;
+  uint64_t steps_ = 0;
+};
+
+// Documents declare the same few URIs again and again: remember one.
+bool Inspection::isAbsoluteUri(const xmlChar *uri) noexcept {
+  if (uri == nullptr || *uri == 0 || xmlStrEqual(uri, lastAbsolute_) != 0) {
+    return true;
+  }
+  const Handle<xmlURI, xmlFreeURI> parsed(xmlParseURI(plainText(uri)));
+  if (parsed == nullptr || parsed->scheme == nullptr) {
+    return false;
+  }
+  lastAbsolute_ = uri;
+  return true;
+}
+
+bool Inspection::enter(const xmlNode *node) noexcept {
+  if (node->type != XML_ELEMENT_NODE) {
+    return node->type != XML_ENTITY_REF_NODE;
+  }
+  for (const xmlNs *ns = node->nsDef; ns != nullptr; ns = ns->next) {
+    if (!isAbsoluteUri(ns->href)) {
+      return false;
+    }
+    ++inScope_;
+  }
+  ++elements_;
+  steps_ += inScope_ * inScope_;
+  return true;
+}
+
+size_t Inspection::countDeclarations(const xmlNode *element) const noexcept {
+  size_t count = 0;
+  for (const xmlNs *ns = element->nsDef; ns != nullptr; ns = ns->next) {
+    ++count;
+  }
+  return count;
+}
+
+bool Inspection::walkBelow(const xmlNode *top) noexcept {
+  const xmlNode *node = top->children;
+  while (node != nullptr && node != top) {
+    if (!enter(node)) {
+      return false;
+    }
+    if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
+      node = node->children;
+      continue;
+    }
+    for (; node != top; node = node->parent) {
+      if (node->type == XML_ELEMENT_NODE) {
+        inScope_ -= countDeclarations(node);
+      }
+      if (node->next != nullptr) {
+        node = node->next;
+        break;
+      }
+    }
+  }
+  return true;
+}
+
+Fitness Inspection::of(const XmlDoc *document) noexcept {
+  const bool isCanonical = walkBelow(native(document));
+  return {isCanonical, steps_ <= kMostSteps || steps_ / kMostStepsPerElement <= elements_};
+}
+
+thread_local FitnessScope *currentScope = nullptr;
+
+}  // namespace
+
+bool isCanonicalBelow(const XmlNode *element) noexcept {
+  Inspection inspection;
+  return inspection.enter(native(element)) && inspection.walkBelow(native(element));
+}
+
+FitnessScope::FitnessScope(const XmlDoc *document) noexcept
+    : document_(document), isOutermost_(currentScope == nullptr) {
+  if (isOutermost_) {
+    currentScope = this;
+  }
+}
+
+FitnessScope::~FitnessScope() {
+  if (isOutermost_) {
+    currentScope = nullptr;
+  }
+}
+
+bool FitnessScope::isFit(const XmlDoc *document, bool isInclusive) noexcept {
+  if (currentScope == nullptr || currentScope->document_ != document) {
+    return Inspection().of(document).allows(isInclusive);
+  }
+  std::optional<Fitness> &fitness = currentScope->fitness_;
+  if (!fitness) {
+    fitness = Inspection().of(document);
+  }
+  return fitness->allows(isInclusive);
+}
+
+}  // namespace talvo
