@@ -13,6 +13,10 @@ struct Label {
 
 constexpr Label kLabels[] = {{"id", "Id"}, {"uri", "URI"}, {"c14n", "canonicalisation"}};
 
+constexpr std::string_view kValid = "valid";
+constexpr std::string_view kError = "error";
+constexpr std::string_view kMessage = "message";
+
 // "signedProperties" reads "signed properties".
 std::string labelOf(std::string_view key) {
   for (const Label &label : kLabels) {
@@ -66,6 +70,14 @@ std::string scalar(const talvo_json *json) {
 
 std::string line(size_t indent, const std::string &label, const std::string &value) {
   return std::string(indent, ' ') + label + (value.empty() ? ":" : ": ") + value + "\n";
+}
+
+// Three members of a report say one thing, which is one line for a person: "error 2: ...".
+std::string verdictOf(const talvo_json *report) {
+  const std::string message = scalar(member(report, kMessage).get());
+  const std::string error = scalar(member(report, kError).get());
+  return message.empty() || error.empty() || error == "0" ? message
+                                                          : "error " + error + ": " + message;
 }
 
 std::string valueLines(const std::string &label, const talvo_json *value, size_t indent);
@@ -149,10 +161,15 @@ std::string jsonLine(const talvo_json *json) {
 }
 
 std::string textLines(const talvo_json *json, size_t indent) {
+  const std::string verdict = verdictOf(json);
   std::string lines;
   for (int32_t index = 0; index < talvo_json_getcount(json); ++index) {
     const UString key(talvo_json_getkey(json, index));
-    lines += valueLines(labelOf(view(key)), member(json, view(key)).get(), indent);
+    if (view(key) == kMessage) {
+      lines += line(indent, "verdict", verdict);
+    } else if (verdict.empty() || !(view(key) == kValid || view(key) == kError)) {
+      lines += valueLines(labelOf(view(key)), member(json, view(key)).get(), indent);
+    }
   }
   return lines;
 }

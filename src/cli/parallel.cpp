@@ -118,10 +118,10 @@ class InOrder {
       waiting_.erase(next);
     }
   }
-  void finish(const FileVerdict &missing) {
+  // Fills the gaps.
+  void finish(const FileWork &lost) {
     while (next_ < count_) {
-      const auto known = waiting_.find(next_);
-      add(next_, known == waiting_.end() ? missing : known->second);
+      add(next_, lost(next_));
     }
   }
 
@@ -174,7 +174,7 @@ void collect(std::vector<Worker> &workers, InOrder &verdicts) {
 }
 
 void runInProcesses(size_t count, size_t processes, Counter *next, const FileWork &work,
-                    const VerdictSink &sink) {
+                    const FileWork &lost, const VerdictSink &sink) {
   std::vector<Worker> workers;
   while (workers.size() < processes) {
     Worker worker = start(next, count, work);
@@ -185,12 +185,13 @@ void runInProcesses(size_t count, size_t processes, Counter *next, const FileWor
   }
   InOrder verdicts(count, sink);
   collect(workers, verdicts);
-  verdicts.finish({ExitStatus::badInput, "", "the process that verified it ended without verdict"});
+  verdicts.finish(lost);
 }
 
 }  // namespace
 
-void runInOrder(size_t count, size_t processes, const FileWork &work, const VerdictSink &sink) {
+void runInOrder(size_t count, size_t processes, const FileWork &work, const FileWork &lost,
+                const VerdictSink &sink) {
   void *shared = MAP_FAILED;
   if (std::min(count, processes) > 1) {
     shared =
@@ -202,7 +203,7 @@ void runInOrder(size_t count, size_t processes, const FileWork &work, const Verd
     }
     return;
   }
-  runInProcesses(count, std::min(count, processes), new (shared) Counter(0), work, sink);
+  runInProcesses(count, std::min(count, processes), new (shared) Counter(0), work, lost, sink);
   ::munmap(shared, sizeof(Counter));
 }
 

@@ -1,7 +1,6 @@
 // talvo-xml verify: the verdict on each file, and the worst of them as exit status.
 #include <algorithm>
 #include <cstdio>
-#include <thread>
 
 #include "cli/base_path.h"
 #include "cli/command.h"
@@ -168,6 +167,11 @@ ExitStatus verifyFiles(const VerifyOptions &options) {
   runInOrder(
       options.files.size(), options.processes,
       [&](size_t index) { return verifyFile(options.files[index], setting); },
+      [&](size_t index) {
+        const std::string &path = options.files[index];
+        return withoutVerdict(
+            path, setting, badInput(fileLabel(path) + ": the process that verified it was ended"));
+      },
       [&](size_t index, const FileVerdict &verdict) {
         progress.clear();
         print(verdict);

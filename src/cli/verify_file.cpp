@@ -168,8 +168,10 @@ std::string verdictLines(const std::string &path, uint32_t error, const JsonArra
   return (path == "-" ? path : shown(path)) + ": " + verdict + "\n" + textLines(details.json(), 2);
 }
 
-FileVerdict unreadable(const std::string &path, const VerifySetting &setting,
-                       const Failure &failure) {
+}  // namespace
+
+FileVerdict withoutVerdict(const std::string &path, const VerifySetting &setting,
+                           const Failure &failure) {
   FileVerdict verdict{failure.status, "", failure.message};
   if (setting.json) {
     JsonObject record;
@@ -180,19 +182,17 @@ FileVerdict unreadable(const std::string &path, const VerifySetting &setting,
   return verdict;
 }
 
-}  // namespace
-
 FileVerdict verifyFile(const std::string &path, const VerifySetting &setting) {
   const Result<LoadedDocument> loaded = loadDocument(path);
   if (!loaded) {
-    return unreadable(path, setting, loaded.failure());
+    return withoutVerdict(path, setting, loaded.failure());
   }
   Result<UString> basePath = basePathFor(setting.basePath, path);
   if (!basePath) {
-    return unreadable(path, setting, basePath.failure());
+    return withoutVerdict(path, setting, basePath.failure());
   }
   if (const Check problem = registerIds(loaded->document.get(), setting.idAttribute)) {
-    return unreadable(path, setting, *problem);
+    return withoutVerdict(path, setting, *problem);
   }
   Verification run{setting, std::move(*basePath), {}};
   JsonArray signatures;

@@ -34,4 +34,8 @@ struct FileVerdict {
 
 FileVerdict verifyFile(const std::string &path, const VerifySetting &setting);
 
+// The verdict on a file that could not be looked at.
+FileVerdict withoutVerdict(const std::string &path, const VerifySetting &setting,
+                           const Failure &failure);
+
 }  // namespace talvo::cli

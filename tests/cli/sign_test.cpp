@@ -37,8 +37,7 @@ TEST_F(SignTest, KeepsTheDocumentAndItsDeclaration) {
   const std::string content(kInvoice);
   const size_t end = content.find("</inv:Invoice>");
   EXPECT_EQ(signedDocument.substr(0, end), content.substr(0, end));
-  EXPECT_TRUE(signedDocument.ends_with("</ds:Signature></inv:Invoice>
-"));
+  EXPECT_TRUE(signedDocument.ends_with("</ds:Signature></inv:Invoice>\n"));
   EXPECT_EQ(run(signArguments({"-"}), "<a>\xC3\xA4</a>").output.substr(0, 5), "<a>\xC3\xA4");
 }
 
@@ -51,7 +50,7 @@ TEST_F(SignTest, EveryOptionLeadsToAValidSignature) {
     const char *pattern;  // of the signed document
   };
   for (const Row &row : std::initializer_list<Row>{
-           {"Ids", {"--id", "S", "--signature-value-id", "V", "list.xml"}, "Id=\"S\"[^]*Id=\"V\""},
+           {"Ids", {"--id", "S", "--signature-value-id", "V", "list.xml"}, "Id=\"S\".*Id=\"V\""},
            {"c14n", {"--c14n", "c14n11", "list.xml"}, "2006/12/xml-c14n11\""},
            {"prefixes", {"--c14n", "exclusive", "--prefixes", "p", "list.xml"}, "PrefixList=\"p\""},
            {"digest", {"--digest", "sha512", "list.xml"}, "xmlenc#sha512\""},
@@ -79,7 +78,7 @@ TEST_F(SignTest, EveryOptionLeadsToAValidSignature) {
     arguments.insert(arguments.end(), row.options.begin(), row.options.end());
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
-    EXPECT_TRUE(std::regex_search(read("out.xml"), std::regex(row.pattern))) << read("out.xml");
+    EXPECT_TRUE(matches(read("out.xml"), row.pattern)) << read("out.xml");
     expectValid({"verify", "--cert", "signer.pem", "--follow-manifests", "out.xml"});
   }
 }
@@ -87,7 +86,7 @@ TEST_F(SignTest, EveryOptionLeadsToAValidSignature) {
 // What XAdES promises about the signing time is worth nothing when it is not signed.
 TEST_F(SignTest, XadesPropertiesAreCoveredAndCountersignable) {
   ASSERT_EQ(run(signArguments({"--signing-time", "-o", "out.xml", "in.xml"})).status, 0);
-  EXPECT_TRUE(std::regex_search(read("out.xml"), std::regex("<ds:SignatureValue Id=\"[^\"]+\"")));
+  EXPECT_TRUE(matches(read("out.xml"), "<ds:SignatureValue Id=\"[^\"]+\""));
   replaceIn("out.xml", "<xa:SigningTime>2", "<xa:SigningTime>1");
   expectRow({"changed time", {"verify", "out.xml"}, 1, "error 2:", "^$"});
 }
@@ -224,7 +223,7 @@ TEST_F(SignTest, RefusalsWriteNothing) {
     arguments.insert(arguments.end(), row.options.begin(), row.options.end());
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.status, row.status) << outcome.errors;
-    EXPECT_TRUE(std::regex_search(outcome.errors, std::regex(row.errors))) << outcome.errors;
+    EXPECT_TRUE(matches(outcome.errors, row.errors)) << outcome.errors;
     EXPECT_EQ(outcome.output, "");
     EXPECT_FALSE(exists("o"));
   }
