@@ -72,12 +72,19 @@ std::string line(size_t indent, const std::string &label, const std::string &val
   return std::string(indent, ' ') + label + (value.empty() ? ":" : ": ") + value + "\n";
 }
 
-// Three members of a report say one thing, which is one line for a person: "error 2: ...".
+bool isVerdict(std::string_view key) {
+  return key == kValid || key == kError || key == kMessage;
+}
+
+// An error and its message say one thing with the claim of validity, and are one line for a person.
+// Empty for a report without error.
 std::string verdictOf(const talvo_json *report) {
   const std::string message = scalar(member(report, kMessage).get());
   const std::string error = scalar(member(report, kError).get());
-  return message.empty() || error.empty() || error == "0" ? message
-                                                          : "error " + error + ": " + message;
+  if (message.empty() || error.empty()) {
+    return {};
+  }
+  return error == "0" ? message : "error " + error + ": " + message;
 }
 
 std::string valueLines(const std::string &label, const talvo_json *value, size_t indent);
@@ -165,10 +172,10 @@ std::string textLines(const talvo_json *json, size_t indent) {
   std::string lines;
   for (int32_t index = 0; index < talvo_json_getcount(json); ++index) {
     const UString key(talvo_json_getkey(json, index));
-    if (view(key) == kMessage) {
-      lines += line(indent, "verdict", verdict);
-    } else if (verdict.empty() || !(view(key) == kValid || view(key) == kError)) {
+    if (verdict.empty() || !isVerdict(view(key))) {
       lines += valueLines(labelOf(view(key)), member(json, view(key)).get(), indent);
+    } else if (view(key) == kMessage) {
+      lines += line(indent, "verdict", verdict);
     }
   }
   return lines;
