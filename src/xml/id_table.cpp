@@ -1,5 +1,6 @@
-// Sweeping chains the dead entries through their unused `next` pointer, because a table may not be
-// changed while it is scanned, and because freeing must not need memory.
+// The search through a table looks for attributes that are no longer marked as an ID. It chains the
+// entries it finds through their unused `next` pointer, because a table may not be changed while it is
+// scanned, and because freeing must not need memory.
 #include "xml/id_table.h"
 
 #include <libxml/dict.h>
@@ -31,10 +32,15 @@ static void freeId(void *payload, const xmlChar *name) noexcept {
 }
 
 namespace talvo {
+namespace {
 
-void sweepIds(xmlDoc *doc) noexcept {
-  auto *table = doc == nullptr ? nullptr : static_cast<xmlHashTable *>(doc->ids);
-  if (table == nullptr || xmlHashSize(table) <= 0) {
+xmlHashTable *tableOf(const xmlDoc *doc) noexcept {
+  return doc == nullptr ? nullptr : static_cast<xmlHashTable *>(doc->ids);
+}
+
+void sweep(const xmlDoc *doc) noexcept {
+  xmlHashTable *table = tableOf(doc);
+  if (table == nullptr) {
     return;
   }
   xmlID *dead = nullptr;
@@ -43,6 +49,38 @@ void sweepIds(xmlDoc *doc) noexcept {
     xmlID *next = dead->next;
     xmlHashRemoveEntry(table, dead->value, freeId);
     dead = next;
+  }
+}
+
+// The value of an attribute under which alone it can stand in a table; null when there may be others:
+// the parser enters a value without its surplus blanks, a caller enters it as it stands.
+const xmlChar *onlyValue(const xmlAttr *attribute) noexcept {
+  const xmlNode *text = attribute->children;
+  if (text == nullptr || text->next != nullptr || text->type != XML_TEXT_NODE ||
+      text->content == nullptr || xmlStrchr(text->content, ' ') != nullptr) {
+    return nullptr;
+  }
+  return text->content;
+}
+
+}  // namespace
+
+IdRemoval::~IdRemoval() {
+  sweep(unswept_);
+}
+
+void IdRemoval::remove(xmlAttr *attribute) noexcept {
+  unmarkId(asNode(attribute));
+  xmlHashTable *table = tableOf(attribute->doc);
+  const xmlChar *value = table == nullptr ? nullptr : onlyValue(attribute);
+  const auto *id = value == nullptr ? nullptr : static_cast<xmlID *>(xmlHashLookup(table, value));
+  if (id != nullptr && id->attr == attribute) {
+    xmlHashRemoveEntry(table, value, freeId);
+    return;
+  }
+  if (attribute->doc != unswept_) {
+    sweep(unswept_);
+    unswept_ = attribute->doc;
   }
 }
 

@@ -1,6 +1,6 @@
 // The table in which a document looks up its IDs. Its entries point at attributes and are found by
-// value in libxml2, which misses them when the value has changed or was normalised. Here they are
-// found by the attribute: one that leaves or dies is first marked, then the table is swept.
+// value in libxml2, which misses them when the value has changed or was normalised. Here an attribute
+// that leaves or dies takes its entries along whatever value they have.
 #pragma once
 
 #include "xml/native.h"
@@ -15,31 +15,26 @@ inline void unmarkId(xmlNode *attribute) noexcept {
   asAttr(attribute)->atype = static_cast<xmlAttributeType>(0);
 }
 
-// Removes the entries whose attribute is no longer marked as an ID. Takes time with the table's size.
-void sweepIds(xmlDoc *doc) noexcept;
-
-// Unmarks attributes, of any documents, and sweeps each document's table at the end.
+// Takes attributes, of any documents, out of their tables. Nearly always an entry stands under the
+// value that the attribute has; for the others the table is searched once, when the object dies.
 class IdRemoval {
  public:
   IdRemoval() = default;
-  ~IdRemoval() { sweepIds(doc_); }
+  ~IdRemoval();
   IdRemoval(const IdRemoval &) = delete;
   IdRemoval &operator=(const IdRemoval &) = delete;
 
   // `node` may be of any kind.
   void visit(xmlNode *node) noexcept {
-    if (!isId(node)) {
-      return;
+    if (isId(node)) {
+      remove(asAttr(node));
     }
-    if (node->doc != doc_) {
-      sweepIds(doc_);
-      doc_ = node->doc;
-    }
-    unmarkId(node);
   }
 
  private:
-  xmlDoc *doc_ = nullptr;
+  void remove(xmlAttr *attribute) noexcept;
+
+  xmlDoc *unswept_ = nullptr;
 };
 
 }  // namespace talvo

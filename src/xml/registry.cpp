@@ -45,7 +45,7 @@ void removeEntry(TrackedNode *entry) noexcept {
 }
 
 bool isDocument(const TrackedNode &entry) noexcept {
-  return kindOf(entry.node) == NodeKind::document;
+  return entry.tracking == Tracking::registered && kindOf(entry.node) == NodeKind::document;
 }
 
 void freeEntries() noexcept {
@@ -58,7 +58,10 @@ void freeEntries() noexcept {
   for (TrackedNode &entry : g_nodeList->table.places()) {
     if (entry.node != nullptr && !isDocument(entry)) {
       const CarriedNamespaces carried(carriedBy(entry));
-      releaseTree(native(entry.node), nativeDoc(entry.origin));
+      // What an OwnedNode held is gone; an entry of that kind is left over from a move that failed.
+      if (entry.tracking != Tracking::taken) {
+        releaseTree(native(entry.node), nativeDoc(entry.origin));
+      }
       entry.node = nullptr;
     }
   }
@@ -179,7 +182,13 @@ bool carry(XmlNode *node, CarriedNamespaces carried) noexcept {
       (g_nodeList->table.find(node) == nullptr && !track(node, Tracking::taken, nullptr))) {
     return false;
   }
-  g_nodeList->table.find(node)->carried = carried.release();
+  TrackedNode *entry = g_nodeList->table.find(node);
+  xmlNs *last = carried.get();
+  while (last->next != nullptr) {
+    last = last->next;
+  }
+  last->next = carriedBy(*entry);
+  entry->carried = carried.release();
   return true;
 }
 

@@ -46,8 +46,8 @@ bool reserveTracking(int32_t count) noexcept;
 bool track(XmlNode *node, Tracking tracking, XmlDoc *origin) noexcept;
 // Frees the namespaces that the node carried, too.
 void untrack(const XmlNode *node) noexcept;
-// Lets the node, of which nothing carried is known yet, carry namespaces until it is untracked. One
-// that is no entry becomes one that an OwnedNode holds.
+// Lets the node carry namespaces, and those that it carries already, until it is untracked. One that
+// is no entry becomes one that an OwnedNode holds.
 bool carry(XmlNode *node, CarriedNamespaces carried) noexcept;
 // The first of what it carries; null for none.
 xmlNs *carriedNamespaces(const XmlNode *node) noexcept;

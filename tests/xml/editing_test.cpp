@@ -1,8 +1,12 @@
+#include "support/every_allocation_fails.h"
 #include "xml/registry.h"
 #include "xml/xml_support.h"
 
 namespace talvo::test {
 namespace {
+
+constexpr std::string_view kMoved =
+    "<a xmlns:p='urn:p'><p:b k='v' xml:id='i' p:l=''>t<?p i?><c>u</c></p:b><p:d/></a>";
 
 class EditingTest : public LibraryTest {
  protected:
@@ -359,6 +363,31 @@ TEST_F(EditingTest, NamespacesSurviveTheElementThatDeclaredThem) {
   EXPECT_EQ(talvo_xml_node_setvalue(root(document), str("").get()), 1);
   EXPECT_EQ(take(talvo_xml_node_getnsuri(c)), "urn:p");
   EXPECT_EQ(take(talvo_xml_node_getnsuri(attribute)), "urn:p");
+}
+
+TEST(EditingWithoutMemoryTest, FailsCleanlyAndKeepsEveryNodeUsable) {
+  everyAllocationFails(
+      [] {
+        bool done = talvo_xml_init() == 1;
+        XmlDoc *from = talvo_xml_parse(kMoved.data(), kMoved.size());
+        XmlDoc *to = talvo_xml_parse("<z><y/></z>", 11);
+        XmlNode *b = talvo_xml_node_getchildren(talvo_xml_doc_getrootelement(from));
+        XmlNode *y = talvo_xml_node_getchildren(talvo_xml_doc_getrootelement(to));
+        XmlNode *c = talvo_xml_node_getnextsibling(b);
+        talvo_xml_node_remove(b);
+        done = done && talvo_xml_node_getparent(b) == nullptr;
+        done = done && talvo_xml_node_addnextsibling(y, b) == b;
+        done = done && talvo_xml_node_addsibling(b, c) != nullptr;
+        XmlNode *copy = talvo_xml_node_dup(b);
+        done = done && talvo_xml_node_addchild(y, copy) == copy;
+        done = done && talvo_xml_doc_setrootelement(from, talvo_xml_node_dup(y)) != nullptr;
+        done = done && talvo_xml_node_setdoc(b, from) == 1;
+        talvo_xml_doc_free(from);
+        talvo_data_blob_free(talvo_xml_doc_dump(to, 0));
+        talvo_xml_end();
+        return done;
+      },
+      {.mayRecover = true});
 }
 
 TEST_F(EditingTest, VeryDeepTreesAreMovedAndFreed) {
