@@ -1,7 +1,6 @@
 // Completing a Signature element that the caller has placed. The caller's prefix, comments and Objects stay; what is
 // missing is inserted at fixed places. Nothing is taken back on failure: the element is the caller's to discard.
 #include "base/boundary.h"
-#include "base/utf8.h"
 #include "signature/context/context.h"
 #include "signature/context/json_params.h"
 #include "signature/generate/element_writer.h"

@@ -1,0 +1,117 @@
+// The unsigned properties of foreign signatures: which of their time-stamps and countersignatures are believed. Those
+// that are not are named here; all others have to hold.
+#include <functional>
+#include <set>
+
+#include "base/list.h"
+#include "base/utf8.h"
+#include "signature/record/record.h"
+#include "support/corpus.h"
+#include "support/keys.h"
+#include "support/library_test.h"
+
+namespace talvo::test {
+namespace {
+
+using TimeStampObject = Handle<TalvoPKITimeStamp, TalvoPKIMsgFreeTimeStamp>;
+using Judge = std::function<bool(const Signature *, int32_t index)>;
+
+struct Verdicts {
+  int32_t believed = 0;
+  std::set<std::string> refused;  // files, "@" behind one that was judged with its base path
+};
+
+class XadesCorpusTest : public LibraryTest {
+ protected:
+  void SetUp() override {
+    LibraryTest::SetUp();
+    if (corpusDirectory().empty()) {
+      GTEST_SKIP() << "TALVO_XML_CORPUS is not set";
+    }
+  }
+
+  // Judges each of the properties of every signature of every file, once with each base path.
+  static Verdicts judgeAll(int32_t (*count)(const Signature *), const Judge &holds) {
+    Verdicts verdicts;
+    std::set<std::string> seen;
+    for (const CorpusRow &row : corpusTable("MANIFEST.tsv")) {
+      const std::string name = row.at("file") + (row.at("base").empty() ? "" : "@");
+      if (seen.insert(name).second) {
+        judgeFile(row, name, count, holds, &verdicts);
+      }
+    }
+    return verdicts;
+  }
+
+ private:
+  static void judgeFile(const CorpusRow &row, const std::string &name,
+                        int32_t (*count)(const Signature *), const Judge &holds,
+                        Verdicts *verdicts) {
+    const std::string text = readFile(corpusDirectory() + "/" + row.at("file"));
+    const Document document(talvo_xml_parse(text.data(), static_cast<int64_t>(text.size())));
+    talvo_arraylist *found = nullptr;
+    talvo_xml_node_findsignature(talvo_xml_doc_getrootelement(document.get()), &found);
+    const List signatures(found);
+    for (XmlNode *element : items<XmlNode>(signatures)) {
+      const SignatureRecord record(talvo_xml_decode_signature(element));
+      if (!row.at("base").empty()) {
+        talvo_xml_signature_setbasepath(record.get(),
+                                        makeString(corpusDirectory() + "/" + row.at("base")).get());
+      }
+      for (int32_t index = 0; index < count(record.get()); ++index) {
+        if (holds(record.get(), index)) {
+          ++verdicts->believed;
+        } else {
+          verdicts->refused.insert(name);
+        }
+      }
+    }
+  }
+};
+
+TEST_F(XadesCorpusTest, TimeStampsHoldButThoseOverSomethingElse) {
+  const Verdicts verdicts = judgeAll(talvo_xml_signature_xades_getsignaturetimestampcount,
+                                     [](const Signature *record, int32_t index) {
+                                       TalvoPKITimeStamp *timeStamp = nullptr;
+                                       const int32_t result =
+                                           talvo_xml_signature_xades_verifysignaturetimestamp(
+                                               record, index, nullptr, &timeStamp);
+                                       const TimeStampObject owner(timeStamp);
+                                       return result == 1;
+                                     });
+  const std::set<std::string> refused = {
+      "generated/xades-completecertificaterefs.xml",  // octets that are no token
+      // Stamped over the exclusive form without saying so.
+      "third-party/dss-asic/container-with-custom-manifest-namespace.asice/META-INF/"
+      "signatures-1.xml",
+      "third-party/dss/validation/xades-two-sig-copied-tst.xml",  // the other signature's
+  };
+  EXPECT_EQ(verdicts.refused, refused);
+  EXPECT_GE(verdicts.believed, 47);
+}
+
+TEST_F(XadesCorpusTest, CounterSignaturesHoldButTheBrokenOnes) {
+  const Verdicts verdicts = judgeAll(talvo_xml_signature_xades_getcountersignaturecount,
+                                     [](const Signature *record, int32_t index) {
+                                       TalvoPKICert *signer = nullptr;
+                                       XmlNode *element = nullptr;
+                                       const int32_t result =
+                                           talvo_xml_signature_xades_verifycountersignature(
+                                               record, index, nullptr, &signer, &element);
+                                       const Certificate owner(signer);
+                                       return result == 1;
+                                     });
+  const std::set<std::string> refused = {
+      "generated/xades-countersignature-broken.xml",
+      "generated/xades-countersignature-no-cert.xml",
+      // A file that is missing without base path, a digest that differs, a reference to something else.
+      "third-party/dss-asic/container-with-counter-signature.asice/META-INF/signatures0.xml",
+      "third-party/dss/validation/TEST_S1a_C1a_InTL_VALID.xml",
+      "third-party/dss/validation/xades-fake-counter-signature.xml",
+  };
+  EXPECT_EQ(verdicts.refused, refused);
+  EXPECT_GE(verdicts.believed, 5);
+}
+
+}  // namespace
+}  // namespace talvo::test
