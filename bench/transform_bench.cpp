@@ -50,7 +50,7 @@ std::string reference(std::string_view uri, std::string_view transforms) {
 std::string ledger(int64_t elements, std::string_view signature) {
   std::string text =
       "<l:ledger xmlns:l='urn:example:ledger' xmlns:m='urn:example:meta' xmlns:ds='" +
-      std::string(kDs) + "'>\n<l:body Id='body'>";
+      std::string(kDs) + "'>\n<l:body xml:id='body'>";
   for (int64_t i = 0; i < elements / kElementsOfRecord; ++i) {
     text += "<l:record n='" + std::to_string(i) +
             "'>\n <l:name>A name &amp; more</l:name>\n <l:sum currency='EUR'>12.50</l:sum>\n"

@@ -183,12 +183,17 @@ bool executeAlone(OctetSink &sink, xmlDoc *document, const xmlNode &element,
 }
 
 // libxml2 refuses a document for what stands anywhere in it, so what it is not shown is looked at
-// here; for the inclusive methods the whole document is, because of the cost.
+// here. For the inclusive methods what it is shown is, too, because of the cost.
 bool isFitFor(Way way, const PlainSelection &plain, const XmlDoc *document,
               bool isInclusive) noexcept {
-  const bool hidesRest = way == Way::alone && native(plain.apex)->parent->type == XML_ELEMENT_NODE;
-  if (isInclusive || hidesRest) {
-    return FitnessScope::isFit(document, isInclusive);
+  if (way == Way::alone) {
+    const bool hidesRest = native(plain.apex)->parent->type == XML_ELEMENT_NODE;
+    return (!hidesRest || FitnessScope::isCanonical(document)) &&
+           (plain.removed == nullptr || isCanonicalBelow(plain.removed)) &&
+           (!isInclusive || isAffordableBelow(plain.apex));
+  }
+  if (isInclusive) {
+    return FitnessScope::isAffordable(document);
   }
   return way == Way::callback || plain.removed == nullptr || isCanonicalBelow(plain.removed);
 }
@@ -221,12 +226,16 @@ bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **pr
   if (!isFitFor(way, plain, document, isInclusive)) {
     return false;
   }
-  if (way == Way::callback) {
-    return executeOver(sink, nodes, settings);
+  const HiddenNode hidden(way == Way::callback ? nullptr : native(plain.removed));
+  if (way == Way::alone) {
+    return executeAlone(sink, nativeDoc(document), *native(plain.apex), settings);
   }
-  const HiddenNode hidden(native(plain.removed));
-  return way == Way::whole ? execute(sink, nativeDoc(document), nullptr, settings)
-                           : executeAlone(sink, nativeDoc(document), *native(plain.apex), settings);
+  const bool isDone = way == Way::whole ? execute(sink, nativeDoc(document), nullptr, settings)
+                                        : executeOver(sink, nodes, settings);
+  if (isDone) {
+    FitnessScope::noteCanonical(document);
+  }
+  return isDone;
 }
 
 bool canonicalizeSubtree(OctetSink &sink, XmlNode *node, int32_t method, char **prefixes) noexcept {

@@ -9,18 +9,22 @@
 namespace talvo {
 namespace {
 
-// libxml2 looks up each declaration in scope at each element, which costs the square of their
-// number. Beyond this many steps, and this many for each element, a document is refused.
+// The inclusive methods look up each declaration in scope at each element, which costs the square of
+// their number. Beyond this many steps, and this many for each element, a document is refused.
 constexpr uint64_t kMostSteps = 2'000'000'000;
 constexpr uint64_t kMostStepsPerElement = 20'000;
 
 // Walks a document once.
 class Inspection {
  public:
-  Fitness of(const XmlDoc *document) noexcept;
   // Both are false for what libxml2 refuses. A node is entered before what is below it.
   bool enter(const xmlNode *node) noexcept;
   bool walkBelow(const xmlNode *top) noexcept;
+  // To be told of the ancestors of what is walked, for the cost.
+  void addScopeOf(const xmlNode *element) noexcept { inScope_ += countDeclarations(element); }
+  bool isAffordable() const noexcept {
+    return steps_ <= kMostSteps || steps_ / kMostStepsPerElement <= elements_;
+  }
 
  private:
   bool isAbsoluteUri(const xmlChar *uri) noexcept;
@@ -91,11 +95,6 @@ bool Inspection::walkBelow(const xmlNode *top) noexcept {
   return true;
 }
 
-Fitness Inspection::of(const XmlDoc *document) noexcept {
-  const bool isCanonical = walkBelow(native(document));
-  return {isCanonical, steps_ <= kMostSteps || steps_ / kMostStepsPerElement <= elements_};
-}
-
 thread_local FitnessScope *currentScope = nullptr;
 
 }  // namespace
@@ -105,8 +104,18 @@ bool isCanonicalBelow(const XmlNode *element) noexcept {
   return inspection.enter(native(element)) && inspection.walkBelow(native(element));
 }
 
-FitnessScope::FitnessScope(const XmlDoc *document) noexcept
-    : document_(document), isOutermost_(currentScope == nullptr) {
+bool isAffordableBelow(const XmlNode *element) noexcept {
+  Inspection inspection;
+  for (const xmlNode *node = native(element)->parent;
+       node != nullptr && node->type == XML_ELEMENT_NODE; node = node->parent) {
+    inspection.addScopeOf(node);
+  }
+  return inspection.enter(native(element)) && inspection.walkBelow(native(element)) &&
+         inspection.isAffordable();
+}
+
+FitnessScope::FitnessScope(const XmlDoc *document, Look look) noexcept
+    : document_(document), look_(look), isOutermost_(currentScope == nullptr) {
   if (isOutermost_) {
     currentScope = this;
   }
@@ -118,15 +127,56 @@ FitnessScope::~FitnessScope() {
   }
 }
 
-bool FitnessScope::isFit(const XmlDoc *document, bool isInclusive) noexcept {
-  if (currentScope == nullptr || currentScope->document_ != document) {
-    return Inspection().of(document).allows(isInclusive);
+FitnessScope *FitnessScope::of(const XmlDoc *document) noexcept {
+  return currentScope != nullptr && currentScope->document_ == document ? currentScope : nullptr;
+}
+
+void FitnessScope::inspect() noexcept {
+  Inspection inspection;
+  isCanonical_ = inspection.walkBelow(native(document_));
+  isAffordable_ = *isCanonical_ && inspection.isAffordable();
+}
+
+bool FitnessScope::holds() noexcept {
+  if (isPutOff_ && !isCanonical_) {
+    inspect();
   }
-  std::optional<Fitness> &fitness = currentScope->fitness_;
-  if (!fitness) {
-    fitness = Inspection().of(document);
+  return isCanonical_.value_or(true);
+}
+
+bool FitnessScope::isCanonical(const XmlDoc *document) noexcept {
+  FitnessScope *scope = of(document);
+  if (scope == nullptr) {
+    return Inspection().walkBelow(native(document));
   }
-  return fitness->allows(isInclusive);
+  if (!scope->isCanonical_ && scope->look_ == Look::later) {
+    scope->isPutOff_ = true;
+    return true;
+  }
+  if (!scope->isCanonical_) {
+    scope->inspect();
+  }
+  return *scope->isCanonical_;
+}
+
+bool FitnessScope::isAffordable(const XmlDoc *document) noexcept {
+  FitnessScope *scope = of(document);
+  if (scope == nullptr) {
+    FitnessScope once(document);
+    once.inspect();
+    return *once.isAffordable_;
+  }
+  if (!scope->isAffordable_) {
+    scope->inspect();
+  }
+  return *scope->isAffordable_;
+}
+
+void FitnessScope::noteCanonical(const XmlDoc *document) noexcept {
+  FitnessScope *scope = of(document);
+  if (scope != nullptr) {
+    scope->isCanonical_ = true;
+  }
 }
 
 }  // namespace talvo

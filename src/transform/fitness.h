@@ -8,18 +8,11 @@
 
 namespace talvo {
 
-// What inspecting a document found.
-struct Fitness {
-  bool isCanonical = true;   // no relative namespace URI, no entity reference
-  bool isAffordable = true;  // for inclusive canonicalisation
-
-  bool allows(bool isInclusive) const noexcept {
-    return isCanonical && (isAffordable || !isInclusive);
-  }
-};
-
 // Whether nothing at or below the element would be refused.
 bool isCanonicalBelow(const XmlNode *element) noexcept;
+// Whether the inclusive methods can canonicalise the subtree at an acceptable cost: each element
+// costs the square of the declarations in scope there.
+bool isAffordableBelow(const XmlNode *element) noexcept;
 
 // While one of these lives, its document is inspected once and not again for the next subtree: with
 // many references in one document that would cost the square of their number. The owner promises
@@ -27,17 +20,33 @@ bool isCanonicalBelow(const XmlNode *element) noexcept;
 // may be added. Scopes nest; the outermost one remembers, for its own thread.
 class FitnessScope {
  public:
-  explicit FitnessScope(const XmlDoc *document) noexcept;
+  enum class Look { now, later };
+
+  // Look::later takes a document for canonical until `holds` is asked, because a reference to all of
+  // it is likely to come and will tell at no cost. Nothing counts before `holds` is true.
+  explicit FitnessScope(const XmlDoc *document, Look look = Look::now) noexcept;
   ~FitnessScope();
   FitnessScope(const FitnessScope &) = delete;
   FitnessScope &operator=(const FitnessScope &) = delete;
 
-  // Whether libxml2 would canonicalise the document, or a part of it, at an acceptable cost.
-  static bool isFit(const XmlDoc *document, bool isInclusive) noexcept;
+  bool holds() noexcept;
+
+  // Whether there is no relative namespace URI and no entity reference anywhere.
+  static bool isCanonical(const XmlDoc *document) noexcept;
+  // Whether moreover the inclusive methods have an acceptable cost.
+  static bool isAffordable(const XmlDoc *document) noexcept;
+  // To be told when libxml2 has been through the whole document.
+  static void noteCanonical(const XmlDoc *document) noexcept;
 
  private:
+  static FitnessScope *of(const XmlDoc *document) noexcept;
+  void inspect() noexcept;
+
   const XmlDoc *document_;
-  std::optional<Fitness> fitness_;
+  Look look_;
+  bool isPutOff_ = false;
+  std::optional<bool> isCanonical_;
+  std::optional<bool> isAffordable_;
   bool isOutermost_;
 };
 

@@ -20,8 +20,10 @@ namespace talvo {
 // the root.
 class SubtreeTracker {
  public:
-  // The subtree of one node, or, for null, those of all ds:Signature elements.
-  explicit SubtreeTracker(const XmlNode *top = nullptr) noexcept : top_(top) {}
+  // The subtrees of all ds:Signature elements.
+  SubtreeTracker() = default;
+  // The subtree of one node; null as above.
+  explicit SubtreeTracker(const XmlNode *top) noexcept : top_(top) {}
 
   // Whether the element is at or below the top; anything but an element is not.
   bool covers(const XmlNode *element) noexcept;
@@ -34,7 +36,7 @@ class SubtreeTracker {
   bool isReached(const XmlNode *element) noexcept;
   void startAnew(const XmlNode *element) noexcept;
 
-  const XmlNode *top_;
+  const XmlNode *top_ = nullptr;
   const XmlNode *last_ = nullptr;
   const XmlNode *outermost_ = nullptr;  // the outermost top at or above `last_`
 };

@@ -77,10 +77,13 @@ int32_t verifyDocument(XmlDoc *doc, const VerifyRun &run, talvo_arraylist **keys
   if (talvo_xml_signature_setid(doc) != 1) {
     return fail(run.error, VerifyError::idRegistration);
   }
-  const FitnessScope scope(doc);
+  FitnessScope scope(doc, FitnessScope::Look::later);
   List verified = verifyAll(elements, run);
   if (!verified) {
     return 0;
+  }
+  if (!scope.holds()) {
+    return fail(run.error, VerifyError::outOfMemory);  // as when SignedInfo has no canonical form
   }
   if (keys != nullptr) {
     *keys = verified.release();
