@@ -41,70 +41,82 @@ Result<Password> readPassword(const std::string &path) {
   return Password(line);
 }
 
-// The outermost SEQUENCE of a PKCS #12 file begins with the version 3; that of a certificate, with a
-// SEQUENCE.
-bool looksLikePkcs12(const Octets &octets) {
-  const std::string_view text(octets.data(), std::min<size_t>(octets.size(), 16));
-  return text.starts_with('\x30') && text.find(std::string_view("\x02\x01\x03", 3)) <= 6;
-}
+struct OpenProblem {
+  int32_t reason;
+  const char *text;
+};
 
-bool looksEncrypted(const Octets &octets) {
-  const std::string_view text(octets.data(), octets.size());
-  return text.find("ENCRYPTED") != std::string_view::npos || looksLikePkcs12(octets);
-}
+constexpr OpenProblem kOpenProblems[] = {
+    {TALVO_OPEN_PASSWORD_MISSING, "it is locked: give its password with --password-file"},
+    {TALVO_OPEN_PASSWORD_WRONG, "the password is wrong"},
+    {TALVO_OPEN_LEGACY_PROVIDER_MISSING,
+     "it is encrypted with old algorithms, and OpenSSL's legacy provider cannot be loaded"},
+    {TALVO_OPEN_NO_KEY, "there is no such private key, or the PIN is wrong"},
+    {TALVO_OPEN_TOKEN_UNAVAILABLE,
+     "the PKCS #11 engine (package libengine-pkcs11-openssl) cannot be loaded"},
+    {TALVO_OPEN_OUT_OF_MEMORY, "out of memory"},
+};
 
-std::string passwordProblem(const Password &password) {
-  return password ? "the password is wrong, or the file uses an encryption that is not available"
-                  : "it is locked: give its password with --password-file";
-}
-
-Result<Octets> readKey(const std::string &name) {
-  if (std::string_view(name).starts_with(kToken)) {
-    return Octets(name.begin(), name.end());
+std::string openProblem(int32_t reason, const char *otherwise) {
+  for (const OpenProblem &problem : kOpenProblems) {
+    if (problem.reason == reason) {
+      return problem.text;
+    }
   }
-  return readFile(name);
+  return otherwise;
+}
+
+bool isToken(const std::string &name) {
+  return std::string_view(name).starts_with(kToken);
 }
 
 Result<KeyPair> openKey(const std::string &name, const Password &password) {
-  const Result<Octets> octets = readKey(name);
+  const Result<Octets> octets =
+      isToken(name) ? Result<Octets>(Octets(name.begin(), name.end())) : readFile(name);
   if (!octets) {
     return octets.failure();
   }
-  KeyPair key(TalvoPKICryptoOpenKeyPair(octets->data(), octets->size(), textOf(password)));
+  int32_t reason = 0;
+  KeyPair key(
+      TalvoPKICryptoOpenKeyPairEx(octets->data(), octets->size(), textOf(password), &reason));
   if (key != nullptr) {
     return key;
   }
-  if (std::string_view(name).starts_with(kToken)) {
-    return badInput(shown(name) + ": the token, its key or the PIN cannot be used");
-  }
+  const bool nothing = !isToken(name) && reason == TALVO_OPEN_NO_KEY;
   return badInput(fileLabel(name) + ": " +
-                  (looksEncrypted(*octets) ? passwordProblem(password) : "holds no private key"));
+                  openProblem(nothing ? TALVO_OPEN_UNREADABLE : reason, "holds no private key"));
 }
 
-Result<Certificate> openCertificate(const std::string &path, const Password &password) {
+struct OpenedCertificate {
+  Certificate certificate;
+  int32_t keyProblem = 0;  // why its key is still locked
+};
+
+Result<OpenedCertificate> openCertificate(const std::string &path, const Password &password) {
   const Result<Octets> octets = readFile(path);
   if (!octets) {
     return octets.failure();
   }
-  Certificate certificate(TalvoPKICertOpen(octets->data(), octets->size(), textOf(password)));
-  if (certificate != nullptr) {
-    return certificate;
+  OpenedCertificate opened;
+  opened.certificate.reset(
+      TalvoPKICertOpenEx(octets->data(), octets->size(), textOf(password), &opened.keyProblem));
+  if (opened.certificate == nullptr) {
+    return badInput(fileLabel(path) + ": " +
+                    openProblem(opened.keyProblem, "holds no certificate"));
   }
-  return badInput(fileLabel(path) + ": " +
-                  (looksLikePkcs12(*octets) ? passwordProblem(password) : "holds no certificate"));
+  return opened;
 }
 
-Result<KeyPair> keyOfCertificate(const Certificate &certificate, const SignerOptions &options,
+Result<KeyPair> keyOfCertificate(const OpenedCertificate &opened, const std::string &path,
                                  const Password &password) {
-  if (TalvoPKICertHasKeyPair(certificate.get()) == 0) {
-    return badInput(fileLabel(options.certificate) +
-                    ": comes without private key: name its file with --key");
+  if (TalvoPKICertHasKeyPair(opened.certificate.get()) == 0) {
+    return badInput(fileLabel(path) + ": comes without private key: name its file with --key");
   }
   KeyPair key(
-      TalvoPKICertGetCertKeyPair(certificate.get(), kUnlock, kSigningKey, textOf(password)));
+      TalvoPKICertGetCertKeyPair(opened.certificate.get(), kUnlock, kSigningKey, textOf(password)));
   if (key == nullptr) {
-    return badInput(fileLabel(options.certificate) +
-                    ": its private key: " + passwordProblem(password));
+    return badInput(fileLabel(path) + ": its private key: " +
+                    openProblem(opened.keyProblem, "it cannot be unlocked"));
   }
   return key;
 }
@@ -130,7 +142,8 @@ void addSignerOptions(CLI::App &command, SignerOptions &options) {
 }
 
 Result<Certificate> loadCertificate(const std::string &path) {
-  return openCertificate(path, {});
+  Result<OpenedCertificate> opened = openCertificate(path, {});
+  return opened ? Result<Certificate>(std::move(opened->certificate)) : opened.failure();
 }
 
 Result<Signer> loadSigner(const SignerOptions &options) {
@@ -138,20 +151,21 @@ Result<Signer> loadSigner(const SignerOptions &options) {
   if (!password) {
     return password.failure();
   }
-  Result<Certificate> certificate = openCertificate(options.certificate, *password);
-  if (!certificate) {
-    return certificate.failure();
+  Result<OpenedCertificate> opened = openCertificate(options.certificate, *password);
+  if (!opened) {
+    return opened.failure();
   }
-  Result<KeyPair> key = options.key.empty() ? keyOfCertificate(*certificate, options, *password)
-                                            : openKey(options.key, *password);
+  Result<KeyPair> key = options.key.empty()
+                            ? keyOfCertificate(*opened, options.certificate, *password)
+                            : openKey(options.key, *password);
   if (!key) {
     return key.failure();
   }
-  if (TalvoPKICertSetKeyPair(certificate->get(), key->get()) != 1) {
+  if (TalvoPKICertSetKeyPair(opened->certificate.get(), key->get()) != 1) {
     return badInput("the private key does not belong to the certificate " +
                     fileLabel(options.certificate));
   }
-  return Signer{std::move(*certificate), std::move(*key)};
+  return Signer{std::move(opened->certificate), std::move(*key)};
 }
 
 }  // namespace talvo::cli

@@ -65,6 +65,7 @@ class ProgramTest : public ::testing::Test {
     workshop_.write(name, content);
   }
   std::string read(const std::string &name) const { return workshop_.read(name); }
+  bool shell(const std::string &command) const { return workshop_.run(command); }
 
   // Changes the first occurrence, which must exist.
   void replaceIn(const std::string &name, const std::string &from, const std::string &to) const {

@@ -124,6 +124,39 @@ TEST_F(SignTest, CredentialsInEveryUsualForm) {
   }
 }
 
+// The engine's place is where Debian puts it.
+TEST_F(SignTest, KeyMayStayOnAToken) {
+  constexpr char kModule[] = "/usr/lib/softhsm/libsofthsm2.so";
+  if (!hasProgram("softhsm2-util") || ::access(kModule, R_OK) != 0 ||
+      ::access("/usr/lib/x86_64-linux-gnu/engines-3/pkcs11.so", R_OK) != 0) {
+    GTEST_SKIP() << "SoftHSM or the PKCS #11 engine is not installed";
+  }
+  write("conf", "directories.tokendir = " + path("") + "\nobjectstore.backend = file\n");
+  ::setenv("SOFTHSM2_CONF", path("conf").c_str(), 1);
+  ::setenv("PKCS11_MODULE_PATH", kModule, 1);
+  ASSERT_TRUE(
+      shell("softhsm2-util --init-token --free --label talvo --so-pin 1234 --pin 5678 && "
+            "softhsm2-util --import signer.key --token talvo --label k --id 01 --pin 5678"));
+  write("pin", "5678\n");
+  write("wrong", "9999\n");
+  const Arguments sign = {"sign", "--cert", "signer.pem", "--key", "pkcs11:token=talvo;object=k"};
+  for (const auto &[pin, status, errors] :
+       {std::tuple{"pin", 0, "^$"}, {"wrong", 2, "PIN is wrong"}}) {
+    SCOPED_TRACE(pin);
+    Arguments arguments = sign;
+    arguments.insert(arguments.end(), {"--password-file", pin, "-o", "out.xml", "in.xml"});
+    expectRow({"token", arguments, status, "^$", errors});
+  }
+  expectRow({"no PIN",
+             {"sign", "--cert", "signer.pem", "--key", "pkcs11:token=talvo;object=k", "in.xml"},
+             2,
+             "^$",
+             "locked: give its password"});
+  expectValid({"verify", "out.xml"});
+  ::unsetenv("SOFTHSM2_CONF");
+  ::unsetenv("PKCS11_MODULE_PATH");
+}
+
 TEST_F(SignTest, BadCredentialsAreNamed) {
   writeIdentity("other", makeIdentity({.kind = KeyKind::p256}));
   write("weak.pem", makeIdentity({.keyUsage = kKeyAgreement}).pem());
