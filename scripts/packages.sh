@@ -3,7 +3,9 @@
 build_packages=(g++ cmake ninja-build pkgconf libssl-dev libxml2-dev libcurl4-openssl-dev libjansson-dev
   libcli11-dev)
 demo_packages=("${build_packages[@]}" openssl)
-test_packages=("${build_packages[@]}" openssl libgtest-dev python3 clang-format-14 clang-tidy-14 xmlsec1)
+# The tests let other programs judge (openssl, xmlsec1, xmllint) and keep keys on a software token.
+test_packages=("${build_packages[@]}" openssl libgtest-dev python3 clang-format-14 clang-tidy-14 xmlsec1
+  libxml2-utils softhsm2 libengine-pkcs11-openssl)
 
 is_installed() {
   [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
