@@ -125,6 +125,13 @@ TEST_F(CanonicalizeTest, RelativeNamespacesAnywhereAreRefused) {
       }
     }
   }
+  // What is taken out counts as well.
+  const Document enveloped = parse("<a><s xmlns:r='rel'/><b/></a>");
+  XmlDoc *doc = enveloped.get();
+  const OwnedNodeSet rest =
+      chained(wholeDocument(doc), talvo_xml_nodeset_enveloped_signature(doc, find(doc, "s")));
+  EXPECT_EQ(c14n(rest.get(), 1), "(null)");
+  EXPECT_EQ(c14n(rest.get(), 3), "(null)");
   const Document fine = parse("<a xmlns:m='mailto:x' xmlns=''><b/></a>");
   EXPECT_EQ(c14nNode(find(fine.get(), "b"), 3), "<b></b>");
 }
