@@ -79,11 +79,13 @@ int32_t verifyDocument(XmlDoc *doc, const VerifyRun &run, talvo_arraylist **keys
   }
   FitnessScope scope(doc, FitnessScope::Look::later);
   List verified = verifyAll(elements, run);
+  // Asked first: had the look not been put off, the first SignedInfo would have had no canonical form,
+  // and its code would be the answer.
+  if (!scope.holds()) {
+    return fail(run.error, VerifyError::outOfMemory);
+  }
   if (!verified) {
     return 0;
-  }
-  if (!scope.holds()) {
-    return fail(run.error, VerifyError::outOfMemory);  // as when SignedInfo has no canonical form
   }
   if (keys != nullptr) {
     *keys = verified.release();
