@@ -6,7 +6,7 @@
 #include "cli/handle.h"
 #include "cli/result.h"
 
-namespace CLI {
+namespace CLI {  // NOLINT(readability-identifier-naming): a foreign name
 class App;
 }
 

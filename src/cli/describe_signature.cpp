@@ -110,7 +110,7 @@ void describeKeyInfo(const Signature *signature, JsonObject &report) {
 // The references of a Manifest belong to whoever decoded it, one by one.
 JsonArray describeManifest(XmlNode *manifest) {
   const List references(talvo_xml_signature_decodemanifestnode(manifest));
-  const JsonArray reports = describeReferences(references.get());
+  JsonArray reports = describeReferences(references.get());
   for (Reference *reference : items<Reference>(references)) {
     talvo_xml_free_signature_reference(reference);
   }

@@ -156,6 +156,7 @@ void closeWorker(Worker &worker) {
 
 void collect(std::vector<Worker> &workers, InOrder &verdicts) {
   std::vector<pollfd> pipes;
+  pipes.reserve(workers.size());
   for (const Worker &worker : workers) {
     pipes.push_back({worker.pipe, POLLIN, 0});
   }
