@@ -5,6 +5,7 @@
 #include <libxml/uri.h>
 
 #include "xml/native.h"
+#include "xml/node.h"
 
 namespace talvo {
 namespace {
@@ -97,6 +98,31 @@ bool Inspection::walkBelow(const xmlNode *top) noexcept {
 
 thread_local FitnessScope *currentScope = nullptr;
 
+// The document that was found canonical last. Callers who verify in single steps have no scope, and
+// would pay for a look at the whole document with each signature and each reference.
+struct Inspected {
+  const XmlDoc *document;
+  uint64_t edits;
+  bool isAffordable;
+};
+thread_local constinit Inspected t_inspected = {nullptr, 0, false};
+
+// What speaks against a document is not remembered: it can be a want of memory.
+bool inspectDocument(const XmlDoc *document, bool &isAffordable) noexcept {
+  const uint64_t edits = editCount();
+  if (document != nullptr && t_inspected.document == document && t_inspected.edits == edits) {
+    isAffordable = t_inspected.isAffordable;
+    return true;
+  }
+  Inspection inspection;
+  const bool isCanonical = inspection.walkBelow(native(document));
+  isAffordable = isCanonical && inspection.isAffordable();
+  if (isCanonical) {
+    t_inspected = {document, edits, isAffordable};
+  }
+  return isCanonical;
+}
+
 }  // namespace
 
 bool isCanonicalBelow(const XmlNode *element) noexcept {
@@ -132,9 +158,9 @@ FitnessScope *FitnessScope::of(const XmlDoc *document) noexcept {
 }
 
 void FitnessScope::inspect() noexcept {
-  Inspection inspection;
-  isCanonical_ = inspection.walkBelow(native(document_));
-  isAffordable_ = *isCanonical_ && inspection.isAffordable();
+  bool isAffordable = false;
+  isCanonical_ = inspectDocument(document_, isAffordable);
+  isAffordable_ = isAffordable;
 }
 
 bool FitnessScope::holds() noexcept {
@@ -147,7 +173,8 @@ bool FitnessScope::holds() noexcept {
 bool FitnessScope::isCanonical(const XmlDoc *document) noexcept {
   FitnessScope *scope = of(document);
   if (scope == nullptr) {
-    return Inspection().walkBelow(native(document));
+    bool isAffordable = false;
+    return inspectDocument(document, isAffordable);
   }
   if (!scope->isCanonical_ && scope->look_ == Look::later) {
     scope->isPutOff_ = true;
