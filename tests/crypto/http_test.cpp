@@ -13,6 +13,7 @@
 #include "support/http_server.h"
 #include "support/keys.h"
 #include "support/memory_test.h"
+#include "support/tsa.h"
 #include "support/workshop.h"
 
 namespace talvo::test {
@@ -109,6 +110,13 @@ TEST_F(HttpTest, GivesUpOnASilentServer) {
   const HttpServer server(answerTo);
   const HttpOptions options{.totalMilliseconds = 50};
   EXPECT_FALSE(httpGet(server.url("/silent").c_str(), options));
+}
+
+TEST_F(HttpTest, GivesUpOnASilentTimeStampAuthority) {
+  const TimeStampAuthority authority(TsaMode::silent);
+  const HttpOptions options{.totalMilliseconds = 50};
+  const uint8_t query[] = {0x30, 0x00};
+  EXPECT_FALSE(httpPost(authority.url().c_str(), "application/timestamp-query", query, options));
 }
 
 TEST_F(HttpTest, IgnoresTheProxyEnvironment) {
