@@ -1,8 +1,8 @@
 // Any text as a URI, as a base, and as a path.
 #include "base/utf8.h"
 #include "fuzz.h"
-#include "transform/dereference.h"
-#include "transform/uri.h"
+#include "transform/reference/dereference.h"
+#include "transform/reference/uri.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   using namespace talvo;

@@ -8,9 +8,9 @@
 
 #include "base/bytes.h"
 #include "base/handle.h"
+#include "transform/canonical/prefix_list.h"
 #include "transform/fitness.h"
 #include "transform/nodeset.h"
-#include "transform/prefix_list.h"
 
 namespace talvo {
 

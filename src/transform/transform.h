@@ -7,8 +7,6 @@
 
 #include "base/handle.h"
 #include "base/memory.h"
-#include "signature/context/context.h"
-#include "signature/record/record.h"
 #include "transform/canonicalize.h"
 #include "transform/nodeset.h"
 
@@ -60,22 +58,11 @@ TransformData *talvo_xml_siganture_enveloped_signature_transform(const Transform
 // The step that the six canonicalisations share; octets are parsed first.
 TransformData *talvo_xml_siganture_excute_c14n(int32_t method, const TransformData *input,
                                                int32_t isLast, char **prefixes) noexcept;
-
-// The function of a decoded transform, and of a transform that is to be signed, with a new
-// parameter block. Null with a code of TransformError.
-TransformFunc talvo_xml_transformnode2func(const talvo::Transform *transform, void **parameter,
-                                           uint32_t *error) noexcept;
-TransformFunc talvo_xml_transformctx2func(const TransformCtx *transform, void **parameter,
-                                          uint32_t *error) noexcept;
 }
 
 namespace talvo {
 
 using TransformInput = Handle<TransformData, talvo_xml_transform_free>;
-using TransformParameter = Handle<void, talvo_free>;
-
-// The canonicalisation method behind a transform function, or 0 for another function.
-int32_t c14nMethodOf(TransformFunc function) noexcept;
 
 // What the input selects as a node set: a new reference on its chain, or the whole document parsed
 // from its octets.

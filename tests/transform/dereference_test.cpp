@@ -1,9 +1,10 @@
-#include "transform/dereference.h"
+#include "transform/reference/dereference.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/list.h"
 #include "support/http_server.h"
 #include "support/workshop.h"
 #include "transform/transform_support.h"

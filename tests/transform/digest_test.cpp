@@ -1,4 +1,4 @@
-#include "transform/digest.h"
+#include "transform/reference/digest.h"
 
 #include "support/contexts.h"
 #include "support/every_allocation_fails.h"

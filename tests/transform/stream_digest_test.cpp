@@ -1,6 +1,6 @@
 #include "support/http_server.h"
 #include "support/workshop.h"
-#include "transform/dereference.h"
+#include "transform/reference/dereference.h"
 #include "transform/transform_support.h"
 
 namespace talvo::test {

@@ -10,6 +10,7 @@
 #include "signature/vocabulary/algorithm.h"
 #include "support/library_test.h"
 #include "transform/canonicalize.h"
+#include "transform/reference/transform_lookup.h"
 #include "transform/transform.h"
 
 namespace talvo::test {

@@ -1,4 +1,4 @@
-#include "transform/uri.h"
+#include "transform/reference/uri.h"
 
 #include "transform/transform_support.h"
 

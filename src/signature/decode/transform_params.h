@@ -5,7 +5,7 @@
 
 #include "signature/context/context.h"
 #include "signature/record/record.h"
-#include "transform/prefix_list.h"
+#include "transform/canonical/prefix_list.h"
 
 namespace talvo {
 

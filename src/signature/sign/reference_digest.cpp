@@ -12,9 +12,9 @@
 #include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "transform/canonicalize.h"
-#include "transform/dereference.h"
-#include "transform/digest.h"
-#include "transform/uri.h"
+#include "transform/reference/dereference.h"
+#include "transform/reference/digest.h"
+#include "transform/reference/uri.h"
 #include "xml/edit.h"
 #include "xml/node.h"
 

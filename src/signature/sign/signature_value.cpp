@@ -7,7 +7,7 @@
 #include "signature/vocabulary/algorithm.h"
 #include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
-#include "transform/prefix_list.h"
+#include "transform/canonical/prefix_list.h"
 #include "xml/edit.h"
 #include "xml/node.h"
 

@@ -4,7 +4,7 @@
 #include "talvo_xml.h"
 
 #include "base/handle.h"
-#include "transform/prefix_list.h"
+#include "transform/canonical/prefix_list.h"
 
 namespace talvo {
 

@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "base/memory.h"
+#include "signature/record/signer_certificate.h"
 #include "signature/sign/raw_signature.h"
-#include "signature/sign/signer_certificate.h"
 
 namespace talvo {
 namespace {

@@ -11,7 +11,7 @@
 #include "signature/vocabulary/vocabulary.h"
 #include "signature/xades/container.h"
 #include "signature/xades/properties.h"
-#include "transform/digest.h"
+#include "transform/reference/digest.h"
 #include "xml/edit.h"
 
 namespace talvo {

@@ -9,7 +9,7 @@
 #include "signature/vocabulary/vocabulary.h"
 #include "signature/xades/position.h"
 #include "signature/xades/properties.h"
-#include "transform/digest.h"
+#include "transform/reference/digest.h"
 #include "xml/edit.h"
 
 namespace talvo {

@@ -1,5 +1,4 @@
-#include "signature/context/convert.h"
-
+#include "signature/decode/reference_context.h"
 #include "signature/generate/reference.h"
 #include "support/signature_namespace.h"
 

@@ -2,7 +2,7 @@
 
 #include "base/utf8.h"
 #include "signature/record/record.h"
-#include "signature/sign/signer_certificate.h"
+#include "signature/record/signer_certificate.h"
 #include "support/keys.h"
 #include "support/sample_signature.h"
 

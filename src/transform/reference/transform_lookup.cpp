@@ -1,5 +1,7 @@
 // From a Transform element, or the context of one that is to be signed, to the function that runs
 // it and the parameter it takes.
+#include "transform/reference/transform_lookup.h"
+
 #include <algorithm>
 #include <array>
 
@@ -9,8 +11,7 @@
 #include "signature/vocabulary/algorithm.h"
 #include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
-#include "transform/prefix_list.h"
-#include "transform/transform.h"
+#include "transform/canonical/prefix_list.h"
 #include "xml/node.h"
 
 namespace talvo {

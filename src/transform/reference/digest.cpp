@@ -1,7 +1,7 @@
 // Runs a chain of transforms with the hash behind it. The last step decides how: a canonicalisation
 // and Base64 write into the hash, and the steps that leave a node set behind are followed by C14N
 // 1.0 in any case, so they need not be told that they are the last.
-#include "transform/digest.h"
+#include "transform/reference/digest.h"
 
 #include <cstring>
 #include <utility>
@@ -11,6 +11,7 @@
 #include "base/utf8.h"
 #include "signature/vocabulary/algorithm.h"
 #include "signature/vocabulary/error.h"
+#include "transform/reference/transform_lookup.h"
 
 namespace talvo {
 namespace {

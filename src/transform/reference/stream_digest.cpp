@@ -2,9 +2,9 @@
 // not grow with the file.
 #include "base/utf8.h"
 #include "signature/vocabulary/error.h"
-#include "transform/dereference.h"
-#include "transform/file.h"
-#include "transform/uri.h"
+#include "transform/reference/dereference.h"
+#include "transform/reference/file.h"
+#include "transform/reference/uri.h"
 
 namespace talvo {
 namespace {

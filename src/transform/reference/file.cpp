@@ -1,5 +1,5 @@
 // Opens without blocking, asks what it has opened, and only then reads.
-#include "transform/file.h"
+#include "transform/reference/file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

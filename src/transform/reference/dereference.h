@@ -6,7 +6,7 @@
 
 #include "base/boundary.h"
 #include "base/bytes.h"
-#include "transform/digest.h"
+#include "transform/reference/digest.h"
 #include "transform/transform.h"
 
 namespace talvo {

@@ -1,6 +1,6 @@
 // Reads URIs by hand, since libxml2's parser refuses what documents in the wild hold (blanks,
 // characters outside ASCII), and leaves to it only what RFC 3986 makes hard: joining and escaping.
-#include "transform/uri.h"
+#include "transform/reference/uri.h"
 
 #include <algorithm>
 #include <cstring>

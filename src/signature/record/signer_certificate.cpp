@@ -1,4 +1,4 @@
-#include "signature/sign/signer_certificate.h"
+#include "signature/record/signer_certificate.h"
 
 namespace {
 

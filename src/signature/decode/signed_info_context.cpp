@@ -1,6 +1,6 @@
 // SignedInfo of a decoded signature as a context, from which the same could be signed again.
 #include "signature/context/context.h"
-#include "signature/context/convert.h"
+#include "signature/decode/reference_context.h"
 #include "signature/decode/transform_params.h"
 #include "signature/record/record.h"
 #include "signature/vocabulary/algorithm.h"

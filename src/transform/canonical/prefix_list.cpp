@@ -1,5 +1,5 @@
 // Packs prefixes into one block, so that one release gives everything back.
-#include "transform/prefix_list.h"
+#include "transform/canonical/prefix_list.h"
 
 #include "base/list.h"
 #include "base/memory.h"

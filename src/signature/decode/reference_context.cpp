@@ -1,5 +1,5 @@
 // A decoded reference keeps its transforms unread in the document; the context needs them read.
-#include "signature/context/convert.h"
+#include "signature/decode/reference_context.h"
 
 #include "signature/context/copy.h"
 #include "signature/decode/reference.h"

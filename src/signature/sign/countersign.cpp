@@ -1,18 +1,16 @@
-// A countersignature is an ordinary signature inside a CounterSignature property, whose last reference names the
-// countersigned SignatureValue by its Id. Making one prepares parameters and skeleton and leaves the rest to the
-// signing entry point.
-#include <string>
-
+// A countersignature is an ordinary signature inside a CounterSignature property, whose last
+// reference names the countersigned SignatureValue by its Id. Making one prepares parameters and
+// skeleton and leaves the rest to the signing entry point.
 #include "base/boundary.h"
 #include "base/list.h"
 #include "base/utf8.h"
 #include "signature/context/context.h"
 #include "signature/generate/element_writer.h"
-#include "signature/record/record.h"
 #include "signature/vocabulary/algorithm.h"
 #include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "signature/xades/position.h"
+#include "signature/xades/properties.h"
 #include "xml/edit.h"
 
 namespace talvo {
@@ -31,17 +29,13 @@ bool setText(talvo_json *object, std::string_view key, std::string_view text) no
   return value && talvo_json_setmember(object, key.data(), key.size(), value.get()) == 1;
 }
 
-std::string uriOf(const talvo_ustring *id) {
-  return "#" + std::string(viewOf(id));
-}
-
 // The reference to the countersigned value; null for a digest that cannot be chosen.
 Json makeReference(int32_t digestMethod, const talvo_ustring *valueId) {
   const DigestAlgorithm *digest = digestByNumber(digestMethod);
   Json reference(talvo_json_newobject());
   if (!reference || digest == nullptr || digest->jsonName.empty() ||
       !setText(reference.get(), "HashAlgo", digest->jsonName) ||
-      !setText(reference.get(), "URI", uriOf(valueId)) ||
+      !setText(reference.get(), "URI", viewOf(targetOf(valueId).get())) ||
       !setText(reference.get(), "Type", TALVO_XML_TYPE_COUNTERSIGNED_SIGNATURE)) {
     return nullptr;
   }
@@ -144,54 +138,6 @@ int32_t countersign(const CounterRun &run, XmlNode **result, uint32_t *error) {
   return done;
 }
 
-bool namesValue(const Signature &counterSignature, const talvo_ustring *valueId) {
-  const std::string uri = uriOf(valueId);
-  for (const Reference *reference : items<Reference>(counterSignature.signedInfo->references)) {
-    if (reference->uri && viewOf(reference->uri.get()) == uri) {
-      return true;
-    }
-  }
-  return false;
-}
-
-// The certificate that verified the signature value; null for any other key.
-Certificate verifiedSigner(Signature *counterSignature) noexcept {
-  uint32_t error = 0;
-  SignatureKey *verified = nullptr;
-  if (talvo_xml_signature_signaturevalidation(counterSignature, &verified, &error) != 1) {
-    return nullptr;
-  }
-  const Key key(verified);
-  return Certificate(key->certificate() == nullptr ? nullptr
-                                                   : TalvoPKICertDupCert(key->certificate()));
-}
-
-// The countersignature at the element, ready to be checked with what its parent was given.
-SignatureRecord decodeCounterSignature(XmlNode *element, const Signature &parent,
-                                       const TalvoPKICert *certificate) noexcept {
-  SignatureRecord decoded(talvo_xml_decode_signature(element));
-  if (!decoded) {
-    return nullptr;
-  }
-  const bool isPrepared =
-      (certificate == nullptr || talvo_xml_signature_addcert(decoded.get(), certificate) == 1) &&
-      (!parent.basePath ||
-       talvo_xml_signature_setbasepath(decoded.get(), parent.basePath.get()) == 1);
-  return isPrepared ? std::move(decoded) : nullptr;
-}
-
-Certificate verifyCounterSignature(XmlNode *element, const Signature &parent,
-                                   const TalvoPKICert *certificate) {
-  const SignatureRecord decoded = decodeCounterSignature(element, parent, certificate);
-  Certificate signer = decoded ? verifiedSigner(decoded.get()) : nullptr;
-  uint32_t error = 0;
-  if (!signer || !namesValue(*decoded, parent.signatureValue->id.get()) ||
-      talvo_xml_signature_referencevalidation(decoded.get(), nullptr, 0, &error) != 1) {
-    return nullptr;
-  }
-  return signer;
-}
-
 }  // namespace
 }  // namespace talvo
 
@@ -205,26 +151,6 @@ int32_t talvo_xml_signature_xades_countersign(XmlNode *signatureElement, const S
   return talvo::guardWithError(error, talvo::SignError::failed, [&] {
     return talvo::countersign({signatureElement, key, digestMethod, id, parameters},
                               counterSignature, error);
-  });
-}
-
-int32_t talvo_xml_signature_xades_verifycountersignature(const Signature *signature, int32_t index,
-                                                         const TalvoPKICert *certificate,
-                                                         TalvoPKICert **signerCertificate,
-                                                         XmlNode **counterSignature) noexcept {
-  return talvo::guard([&] {
-    if (signature == nullptr || signerCertificate == nullptr || counterSignature == nullptr ||
-        !signature->signatureValue->id) {
-      return 0;
-    }
-    *signerCertificate = nullptr;
-    XmlNode *element = talvo::items<XmlNode>(signature->counterSignatures)[index];
-    if (element == nullptr) {
-      return 0;
-    }
-    *counterSignature = element;
-    *signerCertificate = talvo::verifyCounterSignature(element, *signature, certificate).release();
-    return *signerCertificate == nullptr ? 0 : 1;
   });
 }
 }

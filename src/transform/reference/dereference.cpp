@@ -1,6 +1,6 @@
 // From a URI to data. What a document may reach is decided on the text of the URI and its base,
 // before anything is opened.
-#include "transform/dereference.h"
+#include "transform/reference/dereference.h"
 
 #include <unistd.h>
 
@@ -14,9 +14,10 @@
 
 #include "base/list.h"
 #include "base/utf8.h"
+#include "signature/record/record.h"
 #include "signature/vocabulary/error.h"
-#include "transform/file.h"
-#include "transform/uri.h"
+#include "transform/reference/file.h"
+#include "transform/reference/uri.h"
 #include "xml/native.h"
 #include "xml/node.h"
 
