@@ -23,8 +23,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       fuzz::parse(reinterpret_cast<const uint8_t *>(kDocument), sizeof kDocument - 1);
   TransformData *fetched = nullptr;
   uint32_t error = 0;
-  if (talvo_xml_siganture_uri2input(document.get(), 0, talvo_xml_doc_getrootelement(document.get()),
-                                    uri.get(), base.get(), &fetched, &error) == 1) {
+  const Reach reach{document.get(), talvo_xml_doc_getrootelement(document.get()), base.get()};
+  if (talvo_xml_siganture_uri2input(reach, uri.get(), &fetched, &error) == 1) {
     talvo_xml_transform_free(fetched);
   }
   return 0;

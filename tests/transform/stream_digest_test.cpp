@@ -16,8 +16,8 @@ class StreamDigestTest : public LibraryTest {
     talvo_ustring *text = nullptr;
     uint32_t error = 0;
     const UString basePath = base.empty() ? nullptr : str(base);
-    if (calcOctstreamUriHash(nullptr, element, basePath.get(), digestId, str(uri).get(), flags,
-                             &text, &error) != 1) {
+    const Reach reach{nullptr, element, basePath.get(), flags};
+    if (calcOctstreamUriHash(reach, digestId, str(uri).get(), &text, &error) != 1) {
       return "error " + std::to_string(error);
     }
     return take(text);
@@ -26,9 +26,10 @@ class StreamDigestTest : public LibraryTest {
   static uint32_t verify(std::string_view uri, std::string_view base, std::string_view expected,
                          uint32_t flags = 0, int32_t digestId = 1) {
     uint32_t error = 0;
-    const int32_t result =
-        verifyOctstreamUriHash(nullptr, nullptr, str(base).get(), digestId, str(uri).get(),
-                               expected.data(), expected.size(), flags, &error);
+    const UString basePath = str(base);
+    const Bytes octets(reinterpret_cast<const uint8_t *>(expected.data()), expected.size());
+    const int32_t result = verifyOctstreamUriHash({nullptr, nullptr, basePath.get(), flags},
+                                                  digestId, str(uri).get(), octets, &error);
     EXPECT_EQ(result, error == 0 ? 1 : 0);
     return error;
   }
@@ -53,6 +54,8 @@ TEST_F(StreamDigestTest, FilesAreDigestedWhereTheyStand) {
       {"http://h/", folder, 1, "error 2"}, {"/d/abc", folder, 1, "error 2"},
       {"d//abc", folder, 1, "error 2"},    {"d/%zz", folder, 1, "error 2"},
       {"abc", "relative", 1, "error 2"},
+      {"abc", "/" + std::string(65536, 'a'), 1, "error 4"},
+      {"status", "/proc/self", 1, "error 2"},
   };
   for (const auto &row : rows) {
     EXPECT_EQ(digest(row.uri, row.base, row.digestId), row.digest) << row.base << row.uri;

@@ -95,14 +95,14 @@ bool decodeexcc14nnode(const XmlNode *element, PrefixBlock *block, uint32_t *err
     *block = PrefixBlock();
     return true;
   }
-  return guardWithError(error, TransformError::outOfMemory, [&] {
+  return guardWithError(error, ReferenceError::outOfMemory, [&] {
     const UString value = readPrefixList(element);
     std::vector<std::string_view> prefixes;
     if (!value || !split(viewOf(value.get()), &prefixes)) {
-      return refuse(error, TransformError::prefixList);
+      return refuse(error, ReferenceError::prefixList);
     }
     *block = PrefixBlock::make(prefixes);
-    return *block || refuse(error, TransformError::outOfMemory);
+    return *block || refuse(error, ReferenceError::outOfMemory);
   });
 }
 

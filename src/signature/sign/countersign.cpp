@@ -32,10 +32,11 @@ bool setText(talvo_json *object, std::string_view key, std::string_view text) no
 // The reference to the countersigned value; null for a digest that cannot be chosen.
 Json makeReference(int32_t digestMethod, const talvo_ustring *valueId) {
   const DigestAlgorithm *digest = digestByNumber(digestMethod);
+  const UString uri = targetOf(valueId);
   Json reference(talvo_json_newobject());
-  if (!reference || digest == nullptr || digest->jsonName.empty() ||
+  if (!reference || !uri || digest == nullptr || digest->jsonName.empty() ||
       !setText(reference.get(), "HashAlgo", digest->jsonName) ||
-      !setText(reference.get(), "URI", viewOf(targetOf(valueId).get())) ||
+      !setText(reference.get(), "URI", viewOf(uri.get())) ||
       !setText(reference.get(), "Type", TALVO_XML_TYPE_COUNTERSIGNED_SIGNATURE)) {
     return nullptr;
   }

@@ -12,7 +12,6 @@ namespace talvo {
 namespace {
 
 constexpr uint32_t kManifestKind = 4;
-constexpr uint32_t kNetworkAllowed = 1;
 
 struct ManifestRun {
   XmlDoc *doc;
@@ -61,8 +60,8 @@ bool digestManifest(const ManifestRun &run, XmlNode *manifest, const ObjectCtx &
   const ListView<XmlNode> elements = items<XmlNode>(owner);
   int32_t position = 0;
   for (ReferenceCtx *reference : items<ReferenceCtx>(object.contents)) {
-    if (calcref(run.doc, elements[position++], reference, run.basePath, kNetworkAllowed, error) !=
-        1) {
+    const Reach reach{run.doc, elements[position++], run.basePath, kAllowNetwork};
+    if (calcref(reach, reference, error) != 1) {
       return false;
     }
   }

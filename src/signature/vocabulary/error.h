@@ -57,35 +57,24 @@ enum class VerifyError : uint32_t {
   signingCertificate = 23,
 };
 
-// From the URI of a reference to its data.
-enum class DereferenceError : uint32_t {
+// The journey of a reference from its URI to its digest.
+enum class ReferenceError : uint32_t {
   digestFailed = 2,
+  mismatch = 2,
   outOfMemory = 3,
   unsupportedUri = 4,
   notFound = 5,
   missingArgument = 6,
+  unknownTransform = 7,
+  digestMethod = 12,
+  transformFailed = 13,
+  canonicalization = 13,
+  prefixList = 18,
+  hashFailed = 19,
   networkRefused = 21,
   manifest = 22,
-  networkRefusedWhileDigesting = 28,
-};
-
-// Looking up and running transforms.
-enum class TransformError : uint32_t {
-  outOfMemory = 3,
-  missingArgument = 6,
-  unknownAlgorithm = 7,
-  transformFailed = 13,
-  prefixList = 18,
   xpathElement = 24,
-};
-
-// Digesting the output of a chain of transforms.
-enum class DigestError : uint32_t {
-  mismatch = 2,
-  outOfMemory = 3,
-  digestMethod = 12,
-  canonicalization = 13,
-  hashFailed = 19,
+  networkRefusedWhileDigesting = 28,
 };
 
 }  // namespace talvo

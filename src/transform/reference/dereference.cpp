@@ -7,16 +7,14 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include <libxml/tree.h>
 
-#include "base/list.h"
 #include "base/utf8.h"
-#include "signature/record/record.h"
 #include "signature/vocabulary/error.h"
 #include "transform/reference/file.h"
+#include "transform/reference/manifest_walk.h"
 #include "transform/reference/uri.h"
 #include "xml/native.h"
 #include "xml/node.h"
@@ -26,83 +24,11 @@ namespace {
 
 constexpr const char *kSource = "transform";
 constexpr size_t kPathLength = 4096;
+constexpr size_t kLongestUri = 65536;  // joining costs the square of a path with many ".."
 constexpr int32_t kHttpOk = 200;
 
 using Content = std::vector<uint8_t>;
 using HttpBody = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-
-// ---- Manifests ----
-
-constexpr size_t kMostManifests = 32;  // one inside the other
-
-// The Manifests met below the outermost one that this thread verifies: each is verified once,
-// however many references lead to it, and none may lead back to itself.
-class ManifestWalk {
- public:
-  // Whether the Manifest and its references hold; `error` as uri2input has it.
-  bool verify(XmlNode *manifest, uint32_t flags, const talvo_ustring *basePath, uint32_t *error);
-
- private:
-  std::vector<const XmlNode *> open_;
-  std::unordered_set<const XmlNode *> done_;
-};
-
-// The walk of the outermost Manifest, on the stack of the call that verifies it.
-thread_local ManifestWalk *currentWalk = nullptr;
-
-class ReferenceList {
- public:
-  explicit ReferenceList(XmlNode *manifest) noexcept
-      : list_(talvo_xml_signature_decodemanifestnode(manifest)) {}
-  ~ReferenceList() {
-    for (Reference *reference : items<Reference>(list_)) {
-      talvo_xml_free_signature_reference(reference);
-    }
-  }
-  ReferenceList(const ReferenceList &) = delete;
-  ReferenceList &operator=(const ReferenceList &) = delete;
-
-  explicit operator bool() const noexcept { return list_ != nullptr; }
-  ListView<Reference> references() const noexcept { return items<Reference>(list_); }
-
- private:
-  List list_;  // does not own its items
-};
-
-bool ManifestWalk::verify(XmlNode *manifest, uint32_t flags, const talvo_ustring *basePath,
-                          uint32_t *error) {
-  if (done_.contains(manifest)) {
-    return true;
-  }
-  const bool isOpen = std::find(open_.begin(), open_.end(), manifest) != open_.end();
-  const ReferenceList list(isOpen || open_.size() >= kMostManifests ? nullptr : manifest);
-  if (!list) {
-    return refuse(error, DereferenceError::manifest);
-  }
-  open_.push_back(manifest);
-  for (const Reference *reference : list.references()) {
-    if (talvo_xml_signature_verifyref_ex(reference->element, flags, basePath, nullptr, 0, error) !=
-        1) {
-      return false;  // the outermost call fails with it, so nothing need be put back
-    }
-  }
-  open_.pop_back();
-  done_.insert(manifest);
-  return true;
-}
-
-bool verifyManifest(XmlNode *manifest, uint32_t flags, const talvo_ustring *basePath,
-                    uint32_t *error) {
-  if (currentWalk != nullptr) {
-    return currentWalk->verify(manifest, flags, basePath, error);
-  }
-  ManifestWalk walk;
-  currentWalk = &walk;
-  const bool holds = guardWithError(error, DereferenceError::outOfMemory,
-                                    [&] { return walk.verify(manifest, flags, basePath, error); });
-  currentWalk = nullptr;
-  return holds;
-}
 
 // ---- parts of the same document ----
 
@@ -148,25 +74,22 @@ bool readFragment(std::string_view uri, FragmentTarget *target) noexcept {
 
 // ---- files and the network ----
 
-// Reads a file to its end, whatever its size was said to be.
+// Reads a file to its end. One that yields more than its size said has no end to rely on: some of
+// the system's own files report no size and go on for ever.
 bool readAll(RegularFile &file, Content *content) {
   constexpr size_t kMost = INT32_MAX;  // what the parser takes
-  constexpr size_t kStep = 65536;
   if (file.size() > kMost) {
     return false;
   }
-  content->reserve(static_cast<size_t>(file.size()) + 1);
-  for (size_t length = 0; length <= kMost;) {
-    content->resize(std::max(content->capacity(), length + kStep));
+  content->resize(static_cast<size_t>(file.size()) + 1);
+  size_t length = 0;
+  while (length < content->size()) {
     const int64_t count = file.read(content->data() + length, content->size() - length);
-    if (count < 0) {
-      return false;
+    if (count <= 0) {
+      content->resize(length);
+      return count == 0;
     }
     length += static_cast<size_t>(count);
-    if (count == 0) {
-      content->resize(length);
-      return true;
-    }
   }
   return false;
 }
@@ -175,39 +98,36 @@ TransformData *newExternal(Bytes octets) noexcept {
   return talvo_xml_transform_newocts(octets.data(), octets.size(), 0);
 }
 
-TransformData *fetchOrRefuse(const char *url, uint32_t flags, uint32_t *error) noexcept {
-  return (flags & kAllowNetwork) != 0 ? fetchhttp(url, error)
-                                      : failNull(error, DereferenceError::networkRefused);
+TransformData *fetchOrRefuse(const char *url, const Reach &reach, uint32_t *error) noexcept {
+  return reach.mayUseNetwork() ? fetchhttp(url, error)
+                               : failNull(error, ReferenceError::networkRefused);
 }
 
-TransformData *fromDocument(XmlDoc *document, uint32_t flags, const Utf8 &uri,
-                            const talvo_ustring *basePath, uint32_t *error) noexcept {
-  if (document == nullptr) {
-    return failNull(error, DereferenceError::missingArgument);
+TransformData *fromDocument(const Reach &reach, const Utf8 &uri, uint32_t *error) noexcept {
+  if (reach.document == nullptr) {
+    return failNull(error, ReferenceError::missingArgument);
   }
   if (uri.length() > 0) {
-    return getxpointer(document, flags, basePath, uri.get(), error);
+    return getxpointer(reach, uri.get(), error);
   }
-  TransformData *data = getwholedoc(document, 0);
-  return data != nullptr ? data : failNull(error, DereferenceError::outOfMemory);
+  TransformData *data = getwholedoc(reach.document, 0);
+  return data != nullptr ? data : failNull(error, ReferenceError::outOfMemory);
 }
 
-TransformData *fromElsewhere(XmlDoc *document, uint32_t flags, XmlNode *referenceElement,
-                             const Utf8 &uri, const talvo_ustring *basePath,
-                             uint32_t *error) noexcept {
+TransformData *fromElsewhere(const Reach &reach, const Utf8 &uri, uint32_t *error) noexcept {
   if (hasFragment(uri.view())) {
-    return failNull(error, DereferenceError::unsupportedUri);
+    return failNull(error, ReferenceError::unsupportedUri);
   }
   if (isHttpUri(uri.view())) {
-    return fetchOrRefuse(uri.get(), flags, error);
+    return fetchOrRefuse(uri.get(), reach, error);
   }
   if (isAbsolute(uri.view())) {
-    return failNull(error, DereferenceError::unsupportedUri);
+    return failNull(error, ReferenceError::unsupportedUri);
   }
   TextBuffer base;
   bool isOfDocument = false;
-  return findBase(document, referenceElement, basePath, &base, &isOfDocument, error)
-             ? getdatafromrelpath(base.get(), uri.get(), flags, error)
+  return findBase(reach, &base, &isOfDocument, error)
+             ? getdatafromrelpath(base.get(), uri.get(), reach, error)
              : nullptr;
 }
 
@@ -220,35 +140,46 @@ TextBuffer copyText(std::string_view text) noexcept {
   return copy;
 }
 
-TransformData *dereference(XmlDoc *document, uint32_t flags, XmlNode *referenceElement,
-                           const talvo_ustring *uri, const talvo_ustring *basePath,
-                           uint32_t *error) noexcept {
+TransformData *dereference(const Reach &reach, const talvo_ustring *uri, uint32_t *error) noexcept {
   const Utf8 text(uri);
   if (!text) {
-    return failNull(error, DereferenceError::outOfMemory);
+    return failNull(error, ReferenceError::outOfMemory);
   }
-  return text.length() == 0 || text.view().starts_with('#')
-             ? fromDocument(document, flags, text, basePath, error)
-             : fromElsewhere(document, flags, referenceElement, text, basePath, error);
+  if (text.length() > kLongestUri) {
+    return failNull(error, ReferenceError::unsupportedUri);
+  }
+  return text.length() == 0 || text.view().starts_with('#') ? fromDocument(reach, text, error)
+                                                            : fromElsewhere(reach, text, error);
+}
+
+// A copy of a base, or null with a code.
+TextBuffer copyBase(std::string_view base, uint32_t *error) noexcept {
+  if (base.size() > kLongestUri) {
+    return failNull(error, ReferenceError::unsupportedUri);
+  }
+  TextBuffer copy = copyText(base);
+  return copy != nullptr ? std::move(copy) : failNull(error, ReferenceError::outOfMemory);
 }
 
 }  // namespace
 
-bool findBase(const XmlDoc *document, const XmlNode *element, const talvo_ustring *basePath,
-              TextBuffer *base, bool *isOfDocument, uint32_t *error) noexcept {
-  const XmlChars own(xmlNodeGetBase(nativeDoc(document), native(element)));
+bool findBase(const Reach &reach, TextBuffer *base, bool *isOfDocument, uint32_t *error) noexcept {
+  const XmlChars own(xmlNodeGetBase(nativeDoc(reach.document), native(reach.element)));
   *isOfDocument = isAbsolute(viewOf(own.get()));
   if (*isOfDocument) {
-    *base = copyText(viewOf(own.get()));
-    return *base != nullptr || refuse(error, DereferenceError::outOfMemory);
+    *base = copyBase(viewOf(own.get()), error);
+    return *base != nullptr;
   }
-  if (basePath == nullptr) {
+  if (reach.basePath == nullptr) {
     base->reset(GetCurrentDir());
-    return *base != nullptr || refuse(error, DereferenceError::digestFailed);
+    return *base != nullptr || refuse(error, ReferenceError::digestFailed);
   }
-  const Utf8 path(basePath);
-  *base = path ? copyText(path.view()) : nullptr;
-  return *base != nullptr || refuse(error, DereferenceError::outOfMemory);
+  const Utf8 path(reach.basePath);
+  if (!path) {
+    return refuse(error, ReferenceError::outOfMemory);
+  }
+  *base = copyBase(path.view(), error);
+  return *base != nullptr;
 }
 
 TextBuffer filePathFrom(const char *base, const char *uri) noexcept {
@@ -265,14 +196,13 @@ TextBuffer filePathFrom(const char *base, const char *uri) noexcept {
 
 using namespace talvo;
 
-int32_t talvo_xml_siganture_uri2input(XmlDoc *document, uint32_t flags, XmlNode *referenceElement,
-                                      const talvo_ustring *uri, const talvo_ustring *basePath,
+int32_t talvo_xml_siganture_uri2input(const Reach &reach, const talvo_ustring *uri,
                                       TransformData **data, uint32_t *error) noexcept {
-  return guardWithError(error, DereferenceError::outOfMemory, [&]() -> int32_t {
+  return guardWithError(error, ReferenceError::outOfMemory, [&]() -> int32_t {
     if (uri == nullptr || data == nullptr) {
-      return fail(error, DereferenceError::missingArgument);
+      return fail(error, ReferenceError::missingArgument);
     }
-    *data = dereference(document, flags, referenceElement, uri, basePath, error);
+    *data = dereference(reach, uri, error);
     return *data == nullptr ? 0 : 1;
   });
 }
@@ -281,63 +211,54 @@ TransformData *getwholedoc(XmlDoc *document, int32_t withComments) noexcept {
   return newSubtree(document, nullptr, withComments);
 }
 
-TransformData *getxpointer(XmlDoc *document, uint32_t flags, const talvo_ustring *basePath,
-                           const char *uri, uint32_t *error) noexcept {
+TransformData *getxpointer(const Reach &reach, const char *uri, uint32_t *error) noexcept {
   FragmentTarget target;
   if (!readFragment(uri, &target)) {
-    return failNull(error, DereferenceError::unsupportedUri);
+    return failNull(error, ReferenceError::unsupportedUri);
   }
   if (target.isWhole) {
-    TransformData *data = getwholedoc(document, 1);
-    return data != nullptr ? data : failNull(error, DereferenceError::outOfMemory);
+    TransformData *data = getwholedoc(reach.document, 1);
+    return data != nullptr ? data : failNull(error, ReferenceError::outOfMemory);
   }
   const UString id = makeString(target.id);
-  return id == nullptr ? failNull(error, DereferenceError::outOfMemory)
-                       : getxpointerid(document, flags, basePath, id.get(),
-                                       target.withComments ? 1 : 0, error);
+  return id == nullptr ? failNull(error, ReferenceError::outOfMemory)
+                       : getxpointerid(reach, id.get(), target.withComments ? 1 : 0, error);
 }
 
-TransformData *getxpointerid(XmlDoc *document, uint32_t flags, const talvo_ustring *basePath,
-                             const talvo_ustring *id, int32_t withComments,
+TransformData *getxpointerid(const Reach &reach, const talvo_ustring *id, int32_t withComments,
                              uint32_t *error) noexcept {
-  return guardWithError(error, DereferenceError::outOfMemory, [&]() -> TransformData * {
-    if (!Utf8(id)) {
-      return failNull(error, DereferenceError::outOfMemory);
-    }
-    XmlNode *target = talvo_xml_getidelemnode(document, id);
-    if (kindOf(target) != NodeKind::element) {
-      return failNull(error, DereferenceError::notFound);
-    }
-    TransformInput data(newSubtree(document, target, withComments));
-    if (data == nullptr) {
-      return failNull(error, DereferenceError::outOfMemory);
-    }
-    const bool isFollowed =
-        (flags & kVerifyManifests) != 0 && talvo_xml_signature_ismanifestnode(target) == 1;
-    if (isFollowed && !verifyManifest(target, flags, basePath, error)) {
-      return nullptr;
-    }
-    return data.release();
-  });
+  if (!Utf8(id)) {
+    return failNull(error, ReferenceError::outOfMemory);
+  }
+  XmlNode *target = talvo_xml_getidelemnode(reach.document, id);
+  if (kindOf(target) != NodeKind::element) {
+    return failNull(error, ReferenceError::notFound);
+  }
+  TransformInput data(newSubtree(reach.document, target, withComments));
+  if (data == nullptr) {
+    return failNull(error, ReferenceError::outOfMemory);
+  }
+  const bool isFollowed =
+      reach.followsManifests() && talvo_xml_signature_ismanifestnode(target) == 1;
+  return isFollowed && !verifyManifest(target, reach, error) ? nullptr : data.release();
 }
 
-TransformData *getdatafromrelpath(const char *base, const char *uri, uint32_t flags,
+TransformData *getdatafromrelpath(const char *base, const char *uri, const Reach &reach,
                                   uint32_t *error) noexcept {
   if (isHttpUri(base)) {
-    if ((flags & kAllowNetwork) == 0) {
-      return failNull(error, DereferenceError::networkRefused);
+    if (!reach.mayUseNetwork()) {
+      return failNull(error, ReferenceError::networkRefused);
     }
     const TextBuffer url = joinUri(uri, base);
     const bool isPlain = url != nullptr && !hasFragment(url.get());
-    return isPlain ? fetchhttp(url.get(), error)
-                   : failNull(error, DereferenceError::unsupportedUri);
+    return isPlain ? fetchhttp(url.get(), error) : failNull(error, ReferenceError::unsupportedUri);
   }
   const TextBuffer path = filePathFrom(base, uri);
   if (path == nullptr) {
-    return failNull(error, DereferenceError::unsupportedUri);
+    return failNull(error, ReferenceError::unsupportedUri);
   }
   TransformData *data = getdatafromfile(path.get());
-  return data != nullptr ? data : failNull(error, DereferenceError::notFound);
+  return data != nullptr ? data : failNull(error, ReferenceError::notFound);
 }
 
 TransformData *getdatafromfile(const char *path) noexcept {
@@ -355,10 +276,10 @@ TransformData *fetchhttp(const char *url, uint32_t *error) noexcept {
   const bool isAnswered = TalvoPKICryptoHttpGet(url, &bytes, &length, &status) == 1;
   const HttpBody body(bytes);
   if (!isAnswered || status != kHttpOk) {
-    return failNull(error, DereferenceError::notFound);
+    return failNull(error, ReferenceError::notFound);
   }
   TransformData *data = newExternal({body.get(), length});
-  return data != nullptr ? data : failNull(error, DereferenceError::notFound);
+  return data != nullptr ? data : failNull(error, ReferenceError::notFound);
 }
 
 char *GetCurrentDir() noexcept {

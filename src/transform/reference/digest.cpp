@@ -72,14 +72,14 @@ bool runSteps(OctetSink &sink, TransformInput data, const talvo_arraylist *trans
     }
     if (i + 1 == steps.size()) {
       return writeLastStep(sink, *data, function, block) ||
-             refuse(error, TransformError::transformFailed);
+             refuse(error, ReferenceError::transformFailed);
     }
     data.reset(function(data.get(), 0, block));
     if (data == nullptr) {
-      return refuse(error, TransformError::transformFailed);
+      return refuse(error, ReferenceError::transformFailed);
     }
   }
-  return writeResult(sink, *data) || refuse(error, DigestError::canonicalization);
+  return writeResult(sink, *data) || refuse(error, ReferenceError::canonicalization);
 }
 
 template <class Step>
@@ -87,24 +87,24 @@ bool digestThrough(TransformInput data, const talvo_arraylist *transforms,
                    TransformFunc (*lookUp)(const Step *, void **, uint32_t *), int32_t digestId,
                    Digest *digest, uint32_t *error) noexcept {
   if (data == nullptr) {
-    return refuse(error, TransformError::missingArgument);
+    return refuse(error, ReferenceError::missingArgument);
   }
   HashSink sink(digestId);
   if (!runSteps(sink, std::move(data), transforms, lookUp, error)) {
     return false;
   }
   if (!sink.isSupported()) {
-    return refuse(error, DigestError::digestMethod);
+    return refuse(error, ReferenceError::digestMethod);
   }
-  return sink.finish(digest) || refuse(error, DigestError::hashFailed);
+  return sink.finish(digest) || refuse(error, ReferenceError::hashFailed);
 }
 
 // The digest of octets: 1, or -1 with 12 or `failure`.
-int32_t digestOctets(int32_t digestId, Bytes octets, Digest *digest, DigestError failure,
+int32_t digestOctets(int32_t digestId, Bytes octets, Digest *digest, ReferenceError failure,
                      uint32_t *error) noexcept {
   HashSink sink(digestId);
   if (!sink.isSupported()) {
-    fail(error, DigestError::digestMethod);
+    fail(error, ReferenceError::digestMethod);
     return -1;
   }
   if (!sink.write(octets) || !sink.finish(digest)) {
@@ -154,10 +154,10 @@ bool verifyReferenceData(TransformInput data, const talvo_arraylist *transforms,
   Digest digest;
   uint32_t code = 0;
   if (!digestReferenceData(std::move(data), transforms, digestId, &digest, &code)) {
-    const bool isHashFailure = code == static_cast<uint32_t>(DigestError::hashFailed);
-    return refuse(error, isHashFailure ? static_cast<uint32_t>(DigestError::mismatch) : code);
+    const bool isHashFailure = code == static_cast<uint32_t>(ReferenceError::hashFailed);
+    return refuse(error, isHashFailure ? static_cast<uint32_t>(ReferenceError::mismatch) : code);
   }
-  return equalOctets(digest.view(), expected) || refuse(error, DigestError::mismatch);
+  return equalOctets(digest.view(), expected) || refuse(error, ReferenceError::mismatch);
 }
 
 bool equalOctets(Bytes first, Bytes second) noexcept {
@@ -188,7 +188,7 @@ int32_t calchash(int32_t digestId, const void *bytes, size_t length, uint8_t *di
                  uint32_t *error) noexcept {
   Digest result;
   if (digest == nullptr || digestOctets(digestId, bytesAt(bytes, length), &result,
-                                        DigestError::hashFailed, error) != 1) {
+                                        ReferenceError::hashFailed, error) != 1) {
     return -1;
   }
   std::memcpy(digest, result.bytes.data(), result.length);
@@ -204,18 +204,19 @@ int32_t calcdigestvalue(int32_t digestId, TransformData *data, talvo_ustring **t
     return 0;
   }
   *text = digestText(digest).release();
-  return *text != nullptr ? 1 : fail(error, DigestError::outOfMemory);
+  return *text != nullptr ? 1 : fail(error, ReferenceError::outOfMemory);
 }
 
 int32_t verifyhash(int32_t digestId, const void *bytes, size_t length, const void *expected,
                    size_t expectedLength, uint32_t *error) noexcept {
   Digest digest;
-  if (digestOctets(digestId, bytesAt(bytes, length), &digest, DigestError::mismatch, error) != 1) {
+  if (digestOctets(digestId, bytesAt(bytes, length), &digest, ReferenceError::mismatch, error) !=
+      1) {
     return -1;
   }
   return equalOctets(digest.view(), bytesAt(expected, expectedLength))
              ? 1
-             : fail(error, DigestError::mismatch);
+             : fail(error, ReferenceError::mismatch);
 }
 
 int32_t verifyoutputhash(int32_t digestId, TransformData *data, const void *expected,

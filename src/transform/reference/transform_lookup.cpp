@@ -47,7 +47,7 @@ TransformFunc functionOf(int32_t number) noexcept {
 bool hold(XmlNode *element, void **parameter, uint32_t *error) noexcept {
   void *block = talvo_malloc(sizeof(XmlNode *), kSource, __LINE__);
   if (block == nullptr) {
-    return refuse(error, TransformError::outOfMemory);
+    return refuse(error, ReferenceError::outOfMemory);
   }
   *static_cast<XmlNode **>(block) = element;
   *parameter = block;
@@ -74,7 +74,7 @@ bool makeParameter(const Transform &transform, int32_t number, void **parameter,
   }
   if (number == kTransformXPath) {
     XmlNode *xpath = xpathElementOf(transform.element);
-    return xpath == nullptr ? refuse(error, TransformError::xpathElement)
+    return xpath == nullptr ? refuse(error, ReferenceError::xpathElement)
                             : hold(xpath, parameter, error);
   }
   return number != kTransformEnveloped || hold(transform.signatureElement, parameter, error);
@@ -85,7 +85,7 @@ bool makeParameter(const TransformCtx &context, void **parameter, uint32_t *erro
     // Deliberate: a context for exclusive canonicalisation can be made without a prefix list but
     // not run.
     *parameter = getexcc14nparam2(context.prefixes.get());
-    return *parameter != nullptr || refuse(error, TransformError::outOfMemory);
+    return *parameter != nullptr || refuse(error, ReferenceError::outOfMemory);
   }
   if (context.algorithm == kTransformXPath) {
     return hold(context.xpathElement, parameter, error);
@@ -113,13 +113,13 @@ TransformFunc talvo_xml_transformnode2func(const Transform *transform, void **pa
     return nullptr;
   }
   if (transform == nullptr || parameter == nullptr) {
-    return failNull(error, TransformError::missingArgument);
+    return failNull(error, ReferenceError::missingArgument);
   }
   *parameter = nullptr;
   const int32_t number = numberOf(transformByUri(transform->algorithm.get()));
   const TransformFunc function = functionOf(number);
   if (function == nullptr) {
-    return failNull(error, TransformError::unknownAlgorithm);
+    return failNull(error, ReferenceError::unknownTransform);
   }
   return makeParameter(*transform, number, parameter, error) ? function : nullptr;
 }
@@ -130,12 +130,12 @@ TransformFunc talvo_xml_transformctx2func(const TransformCtx *transform, void **
     return nullptr;
   }
   if (transform == nullptr || parameter == nullptr) {
-    return failNull(error, TransformError::missingArgument);
+    return failNull(error, ReferenceError::missingArgument);
   }
   *parameter = nullptr;
   const TransformFunc function = functionOf(transform->algorithm);
   if (function == nullptr) {
-    return failNull(error, TransformError::unknownAlgorithm);
+    return failNull(error, ReferenceError::unknownTransform);
   }
   return makeParameter(*transform, parameter, error) ? function : nullptr;
 }
