@@ -7,6 +7,7 @@
 #include "base/utf8.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "xml/node.h"
+#include "xml/visible_namespace.h"
 
 namespace {
 
@@ -100,8 +101,19 @@ void RunWriter::part(OwnedNode node) noexcept {
   }
 }
 
+XmlNode *linkNew(XmlNode *last, OwnedNode run) noexcept {
+  return run != nullptr && last != nullptr &&
+                 settleNamespaces(talvo_xml_node_getparent(last), run.get())
+             ? linkAfter(last, run)
+             : nullptr;
+}
+
+XmlNode *linkNewChild(XmlNode *parent, OwnedNode run) noexcept {
+  return run != nullptr && settleNamespaces(parent, run.get()) ? linkChild(parent, run) : nullptr;
+}
+
 XmlNode *addPart(XmlDoc *doc, XmlNode *last, OwnedNode run) noexcept {
-  XmlNode *linked = run == nullptr ? nullptr : linkAfter(last, run);
+  XmlNode *linked = linkNew(last, std::move(run));
   return linked == nullptr ? nullptr : addlfsibling(doc, linked);
 }
 

@@ -71,8 +71,12 @@ class RunWriter {
   bool failed_ = false;
 };
 
-// Links a run after a node that is already linked, and a line feed after the run unless it ends in
-// text. Returns the last node linked, or null.
+// Link a run that was just made, after a node or as the last children, and see to it that its
+// namespaces are declared where it stands. Return the last node linked, or null.
+XmlNode *linkNew(XmlNode *last, OwnedNode run) noexcept;
+XmlNode *linkNewChild(XmlNode *parent, OwnedNode run) noexcept;
+// linkNew, and a line feed after the run unless it ends in text. Returns the last node linked, or
+// null.
 XmlNode *addPart(XmlDoc *doc, XmlNode *last, OwnedNode run) noexcept;
 
 // The Id attribute of an element, null without one. All attributes are looked at: an Id that is

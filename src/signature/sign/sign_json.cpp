@@ -94,7 +94,7 @@ XmlNode *headPosition(const JsonRun &run) noexcept {
 
 // Links the part behind a node, or behind a line feed of its own that follows the node. Returns the part.
 XmlNode *linkPart(XmlNode *after, OwnedNode part) noexcept {
-  return part && after != nullptr ? linkAfter(after, part) : nullptr;
+  return linkNew(after, std::move(part));
 }
 
 // SignedInfo, SignatureValue and KeyInfo; returns the last of them.
@@ -147,7 +147,7 @@ bool writeProperties(const JsonRun &run, XmlNode *last, uint32_t *error) noexcep
   if (!object) {
     return false;
   }
-  XmlNode *linked = linkAfter(position, object);
+  XmlNode *linked = linkNew(position, std::move(object));
   if (linked == nullptr || addlfsibling(run.doc, linked) == nullptr) {
     return refuse(error, SignError::outOfMemory);
   }

@@ -20,10 +20,6 @@ XmlNode *findChild(const XmlNode *parent, const talvo_ustring *name) noexcept {
   return nullptr;
 }
 
-XmlNode *append(XmlNode *parent, OwnedNode node) noexcept {
-  return node == nullptr ? nullptr : linkChild(parent, node);
-}
-
 // Those of the first Object behind the child that has any.
 XmlNode *findQualifyingProperties(const XmlNode *child) noexcept {
   for (XmlNode *node = nextElement(child); node != nullptr; node = nextElement(node)) {
@@ -60,7 +56,7 @@ XmlNode *addQualifyingProperties(const XmlNode *child) noexcept {
           .open()
           .part(std::move(properties))
           .take();
-  return append(signature, std::move(object)) == nullptr ? nullptr : found;
+  return linkNewChild(signature, std::move(object)) == nullptr ? nullptr : found;
 }
 
 // The container among the children of its parent, in whose namespace it is made.
@@ -68,7 +64,7 @@ XmlNode *findOrMake(XmlNode *parent, const talvo_ustring *name) noexcept {
   if (XmlNode *found = findChild(parent, name)) {
     return found;
   }
-  return append(parent, makeElement(talvo_xml_node_getassociatednsnode(parent), name));
+  return linkNewChild(parent, makeElement(talvo_xml_node_getassociatednsnode(parent), name));
 }
 
 }  // namespace
