@@ -12,9 +12,11 @@ namespace talvo {
 class CertificatePath {
  public:
   explicit CertificatePath(const TalvoPKICert *certificate) noexcept {
+    const int64_t refusals = talvo_memory_getrefusals();
     if (!TalvoPKICertGetCertPath(certificate, &certificates_, &count_)) {
       certificates_ = nullptr;
       count_ = 0;
+      lackedMemory_ = talvo_memory_getrefusals() != refusals;
     }
   }
   CertificatePath(const CertificatePath &) = delete;
@@ -22,6 +24,8 @@ class CertificatePath {
   ~CertificatePath() { TalvoPKICertFreeCertPath(certificates_, count_); }
 
   explicit operator bool() const noexcept { return count_ > 0; }
+  // There may be a path that could not be built; to leave it out would be another signature.
+  bool lackedMemory() const noexcept { return lackedMemory_; }
 
   static bool isAskedFor(int32_t option) noexcept {
     return option == kIncludePath || option == kIncludePathWithRoot;
@@ -43,6 +47,7 @@ class CertificatePath {
  private:
   TalvoPKICert **certificates_ = nullptr;
   int32_t count_ = 0;
+  bool lackedMemory_ = false;
 };
 
 }  // namespace talvo

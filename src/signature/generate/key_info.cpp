@@ -32,6 +32,10 @@ void addSigner(ElementWriter &keyInfo, XmlDoc *doc, XmlNode *ns, const TalvoPKIC
     return;
   }
   const CertificatePath path(certificate);
+  if (path.lackedMemory()) {
+    keyInfo.part(nullptr);  // which fails it
+    return;
+  }
   path.forEachIssuer(option, [&](const TalvoPKICert *issuer) {
     keyInfo.part(generateX509Data(doc, ns, issuer));
     return true;
