@@ -145,9 +145,14 @@ int32_t setPropertyId(XmlNode *signatureElement, const talvo_ustring *property,
     return 0;
   }
   XmlNode *found = findUnsignedSignatureProperty(signatureElement, property);
-  return found != nullptr && talvo_xml_node_newattr(found, nullptr, g_xml_xades_id, id) != nullptr
-             ? 1
-             : 0;
+  if (found == nullptr) {
+    return 0;
+  }
+  // An Id may stand anywhere among the attributes, and a second one is not well-formed.
+  XmlNode *present = findId(found);
+  const bool isSet = present != nullptr ? talvo_xml_node_setvalue(present, id) == 1
+                                        : addAttribute(found, g_xml_xades_id, id);
+  return isSet ? 1 : 0;
 }
 
 }  // namespace

@@ -440,6 +440,10 @@ TEST_F(ValidationDataTest, PropertiesGetAnIdOnceTheyExist) {
     const std::string tag = std::string("<xa:") + row.property;
     EXPECT_EQ(count(document.text(), tag + " Id=\"id2\">"), 1);
     EXPECT_EQ(count(document.text(), tag), 1);
+    const SignedDocument other = reparse(
+        replaced(document.text(), tag + " Id=\"id2\"", tag + " xml:lang=\"en\" Id=\"id2\""));
+    EXPECT_EQ(row.set(other.signature, first.get()), 1);
+    EXPECT_EQ(count(other.text(), tag + " xml:lang=\"en\" Id=\"id1\">"), 1) << "not a second one";
   }
 }
 
