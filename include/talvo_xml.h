@@ -971,7 +971,7 @@ TALVO_API XmlNode *talvo_xml_signature_xades_getLastChildPos(XmlDoc *doc,
  *   24 no private key for the certificate (talvo_xml_signature_sign_ex)
  *   25 the JSON parameters are no object or cannot be understood; talvo_xml_signature_checkparameters
  *      tells what is wrong with them
- *   26 the SignatureValue that is to be countersigned has no Id
+ *   26 the SignatureValue that is to be countersigned has no Id, or one that leads to another element
  *   27 not a Reference element, one that cannot be decoded, or one without URI
  *   28 a URI leads to the network, which the dereferencing flags forbid
  *   29 the signer's certificate cannot be named in SigningCertificate, or its path not be built
@@ -1275,8 +1275,8 @@ TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const
  *                          current directory. The base counts as a folder, its last part included.
  *                          "." and ".." are folded, and "%" escapes are decoded, in the base too.
  *
- * Anything else is refused: other schemes, absolute paths, and a "#" behind the last "/". Only
- * regular files are read. A relative reference may climb out of the base with "..": whoever verifies
+ * Anything else is refused: other schemes, absolute paths, a "#" behind the last "/", and a URI or
+ * base over 64 kB. Only regular files are read, and none that yields more than its size says. A relative reference may climb out of the base with "..": whoever verifies
  * documents of strangers lets them name any file that the process may read, and learn no more than
  * whether its digest is the expected one.
  *

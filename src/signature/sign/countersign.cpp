@@ -95,7 +95,7 @@ XmlNode *placeSkeleton(const CounterRun &run, XmlNode *signatureValue) noexcept 
   }
   XmlNode *signature = nullptr;
   OwnedNode property = makeSkeleton(run, signatureValue, xadesNs, &signature);
-  return property && linkAfter(position, property) != nullptr ? signature : nullptr;
+  return linkNew(position, std::move(property)) != nullptr ? signature : nullptr;
 }
 
 // The SignatureValue to countersign; null with an error.
@@ -114,13 +114,21 @@ XmlNode *checkArguments(const CounterRun &run, uint32_t *error) noexcept {
   return value != nullptr ? value : failNull(error, SignError::notASignature);
 }
 
+// The Id by which the reference will find the value; null when it has none or leads elsewhere, as when
+// two values of the document share one.
+UString idOf(XmlNode *signatureValue) noexcept {
+  XmlDoc *doc = talvo_xml_node_getdoc(signatureValue);
+  UString id(talvo_xml_node_getattributevalue(signatureValue, g_xml_signature_id, nullptr));
+  talvo_xml_signature_setid(doc);
+  return talvo_xml_getidelemnode(doc, id.get()) == signatureValue ? std::move(id) : nullptr;
+}
+
 int32_t countersign(const CounterRun &run, XmlNode **result, uint32_t *error) {
   XmlNode *signatureValue = checkArguments(run, error);
   if (signatureValue == nullptr) {
     return 0;
   }
-  const UString valueId(
-      talvo_xml_node_getattributevalue(signatureValue, g_xml_signature_id, nullptr));
+  const UString valueId = idOf(signatureValue);
   if (!valueId) {
     return fail(error, SignError::noSignatureValueId);
   }

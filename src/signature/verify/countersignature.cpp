@@ -10,7 +10,13 @@
 namespace talvo {
 namespace {
 
-bool namesValue(const Signature &counterSignature, const talvo_ustring *valueId) noexcept {
+// Whether one of the references leads to the value of the parent, and not to another element that
+// has the same Id.
+bool namesValue(const Signature &counterSignature, const SignatureValue &value) noexcept {
+  const talvo_ustring *valueId = value.id.get();
+  if (talvo_xml_getidelemnode(counterSignature.document, valueId) != value.element) {
+    return false;
+  }
   const UString uri = targetOf(valueId);
   for (const Reference *reference : items<Reference>(counterSignature.signedInfo->references)) {
     if (reference->uri && equal(reference->uri.get(), uri.get())) {
@@ -51,7 +57,7 @@ Certificate verifyCounterSignature(XmlNode *element, const Signature &parent,
   const SignatureRecord decoded = decodeCounterSignature(element, parent, certificate);
   Certificate signer = decoded ? verifiedSigner(decoded.get()) : nullptr;
   uint32_t error = 0;
-  if (!signer || !namesValue(*decoded, parent.signatureValue->id.get()) ||
+  if (!signer || !namesValue(*decoded, *parent.signatureValue) ||
       talvo_xml_signature_referencevalidation(decoded.get(), nullptr, 0, &error) != 1) {
     return nullptr;
   }

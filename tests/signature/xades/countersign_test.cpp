@@ -246,6 +246,34 @@ TEST_F(CounterSignatureTest, SignatureValueNeedsAnIdAtTheFirstPlace) {
   }
 }
 
+TEST_F(CounterSignatureTest, TheIdMustLeadToTheValueThatIsCountersigned) {
+  const std::string once = signDocument(author()).text();
+  SignedDocument document = reparse(once);
+  const SignedInfoContext context = makeContext({});
+  talvo_xml_signature_signedinfoctx_setsignaturevalueid(context.get(), makeString("value").get());
+  XmlNode *second = signWith(author(), document.document.get(), context.get()).element;
+  ASSERT_NE(second, nullptr);
+  const std::string before = document.text();
+  EXPECT_EQ(counterSign(second, witness()).error, 26U) << "the first value has that Id";
+  EXPECT_EQ(document.text(), before);
+  EXPECT_EQ(counterSign(document.signature, witness()).error, 0U);
+  // Moved to the second signature, the countersignature still covers the value of the first.
+  std::string moved = document.text();
+  const size_t from = moved.find("<ds:Object>");
+  const std::string object = moved.substr(from, moved.find("</ds:Object>") + 12 - from);
+  moved.erase(from, object.size());
+  SignedDocument other = reparse(moved.insert(moved.rfind("</ds:Signature>"), object));
+  const List signatures = [&] {
+    talvo_arraylist *found = nullptr;
+    talvo_xml_node_findsignature(other.document.get(), &found);
+    return List(found);
+  }();
+  ASSERT_EQ(items<XmlNode>(signatures).size(), 3);
+  other.signature = items<XmlNode>(signatures)[1];
+  ASSERT_NE(decode(other), nullptr);
+  EXPECT_EQ(verifiedBy(other), "");
+}
+
 struct FailureCase {
   const char *name;
   uint32_t error;
