@@ -13,7 +13,7 @@
 
 #include "talvo_util.h"
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 struct alignas(std::max_align_t) BlockHeader {
@@ -140,9 +140,10 @@ size_t listLiveBlocks(LiveBlock *, size_t) noexcept {
 
 #endif
 
-}  // namespace talvo
+}  // namespace talvo::util
 
 using namespace talvo;
+using namespace talvo::util;
 
 void *talvo_malloc(size_t size, const char *file, int32_t line) noexcept {
   constexpr size_t kLimit = std::numeric_limits<ptrdiff_t>::max() - sizeof(BlockHeader);
