@@ -60,9 +60,9 @@ TALVO_API void talvo_free(void *block) TALVO_NOEXCEPT;
 TALVO_API int64_t talvo_memory_getliveblocks(void) TALVO_NOEXCEPT;
 /* talvo_memory_getlivebytes returns the sum of the sizes asked for by the live blocks. */
 TALVO_API int64_t talvo_memory_getlivebytes(void) TALVO_NOEXCEPT;
-/* talvo_memory_getrefusals returns how often talvo_malloc has answered NULL since the process
- * began. Work that survives a missing block compares it before and behind, to tell what was absent
- * from what memory did not suffice for. */
+/* talvo_memory_getrefusals returns how often talvo_malloc has answered NULL to the calling thread
+ * since the thread began. Work that survives a missing block compares it before and behind, to tell
+ * what was absent from what memory did not suffice for; other threads do not disturb it. */
 TALVO_API int64_t talvo_memory_getrefusals(void) TALVO_NOEXCEPT;
 /* talvo_memory_setfailafter makes the allocation number `count` (from 0) from now on fail, once; a
  * negative count switches the fault off. For tests: only builds with TALVO_FAULT_HOOKS do it,

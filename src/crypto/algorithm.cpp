@@ -5,7 +5,7 @@
 
 #include <openssl/obj_mac.h>
 
-namespace talvo {
+namespace talvo::crypto {
 
 namespace {
 
@@ -122,4 +122,4 @@ int32_t keyTypeNumber(KeyFamily family) noexcept {
   return 0;
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto

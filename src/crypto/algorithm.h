@@ -8,7 +8,7 @@
 
 #include <openssl/evp.h>
 
-namespace talvo {
+namespace talvo::crypto {
 
 // What a key is good for. `ec` and `sm2` are both key type 4 to callers, yet neither can do the
 // other's work.
@@ -45,4 +45,4 @@ EVP_MAC *hmac() noexcept;
 // The key type as callers know it: 1 RSA, 2 DSA, 4 elliptic curve, 0 anything else.
 int32_t keyTypeNumber(KeyFamily family) noexcept;
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -2,6 +2,7 @@
 #include "crypto/certificate.h"
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 namespace {
 
@@ -60,12 +61,12 @@ bool isKeyUsage(int32_t usage) noexcept {
 
 }  // namespace
 
-TalvoPKICert *talvo::newCertificate(X509Ptr x509) noexcept {
+TalvoPKICert *talvo::crypto::newCertificate(X509Ptr x509) noexcept {
   return x509 ? make<TalvoPKICert>(kSource, std::move(x509), Key(), Octets(), X509Stack()).release()
               : nullptr;
 }
 
-Key talvo::publicKeyOf(const X509 *x509) noexcept {
+Key talvo::crypto::publicKeyOf(const X509 *x509) noexcept {
   return x509 == nullptr ? Key() : makeKey(share(X509_get0_pubkey(x509)));
 }
 

@@ -5,13 +5,13 @@
 #include "crypto/open.h"
 
 struct TalvoPKICert {
-  talvo::X509Ptr x509;
-  talvo::Key key;
-  talvo::Octets lockedKey;  // PEM text of an encrypted key that waits for its password
-  talvo::X509Stack companions;
+  talvo::crypto::X509Ptr x509;
+  talvo::crypto::Key key;
+  talvo::crypto::Octets lockedKey;  // PEM text of an encrypted key that waits for its password
+  talvo::crypto::X509Stack companions;
 };
 
-namespace talvo {
+namespace talvo::crypto {
 
 // A new handle of the certificate alone.
 TalvoPKICert *newCertificate(X509Ptr x509) noexcept;
@@ -22,4 +22,4 @@ Key publicKeyOf(const X509 *x509) noexcept;
 // A time of ASN.1, whose own fraction of a second is dropped.
 talvo_time *newTime(const ASN1_TIME *time, int32_t nanosecond) noexcept;
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -6,6 +6,7 @@
 #include "crypto/certificate.h"
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 namespace {
 
@@ -72,7 +73,7 @@ talvo_ustring *serialNumber(const X509 *x509) noexcept {
 
 }  // namespace
 
-talvo_time *talvo::newTime(const ASN1_TIME *time, int32_t nanosecond) noexcept {
+talvo_time *talvo::crypto::newTime(const ASN1_TIME *time, int32_t nanosecond) noexcept {
   tm utc{};
   if (ASN1_TIME_to_tm(time, &utc) != 1) {
     return nullptr;

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <utility>
 
-namespace talvo {
+namespace talvo::crypto {
 
 namespace {
 
@@ -80,4 +80,4 @@ X509Ptr certificateOfDer(Bytes der) noexcept {
   return x509;
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -5,10 +5,10 @@
 
 #include "crypto/der.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 // The certificate that all of the bytes are, or null. Callers share OpenSSL's object and must not
 // change it.
 X509Ptr certificateOfDer(Bytes der) noexcept;
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -4,6 +4,7 @@
 #include "crypto/certificate.h"
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 namespace {
 

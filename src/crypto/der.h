@@ -6,7 +6,7 @@
 #include "crypto/octets.h"
 #include "crypto/openssl_handle.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 // The DER of an object by its i2d function.
 template <class T>
@@ -37,4 +37,4 @@ Owner decodeDer(T *(*decode)(T **, const unsigned char **, long), Bytes der) noe
   return object && end == der.data() + der.size() ? std::move(object) : nullptr;
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -4,7 +4,7 @@
 
 #include "crypto/der.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 namespace {
 
@@ -47,9 +47,10 @@ Octets encodeIntegerPair(Bytes first, Bytes second) noexcept {
   return encodeDer<ECDSA_SIG>(i2d_ECDSA_SIG, pair.get());
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 int32_t TalvoPKICryptoDecodeECCSignature(const uint8_t *der, size_t length, uint8_t **r,
                                          size_t *rLength, uint8_t **s, size_t *sLength) noexcept {

@@ -4,7 +4,7 @@
 
 #include "crypto/octets.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 struct IntegerPair {
   Octets first;
@@ -19,4 +19,4 @@ IntegerPair decodeIntegerPair(Bytes der) noexcept;
 // Empty when a number is too long to be one half of anything (65,535 octets in all).
 Octets encodeIntegerPair(Bytes first, Bytes second) noexcept;
 
-}  // namespace talvo
+}  // namespace talvo::crypto

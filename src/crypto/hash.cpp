@@ -6,6 +6,7 @@
 #include "crypto/openssl_handle.h"
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 struct TalvoPKIHash {
   EvpDigest context;  // null once the digest was taken

@@ -10,9 +10,9 @@
 
 #include "talvo_crypto.h"
 
-#include "util/openssl_objects.h"
+#include "util/openssl.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 namespace {
 
@@ -137,16 +137,17 @@ HttpAnswer httpPost(const char *url, const char *contentType, Bytes content,
   return perform(curl.get(), url, options);
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 int32_t TalvoPKICryptoHttpGet(const char *url, uint8_t **body, size_t *length,
                               int32_t *status) noexcept {
   if (url == nullptr || body == nullptr || length == nullptr || status == nullptr) {
     return 0;
   }
-  ErrorQueueScope errors;  // libcurl's TLS is OpenSSL
+  util::ErrorQueueScope errors;  // libcurl's TLS is OpenSSL
   HttpAnswer answer = httpGet(url);
   if (!answer) {
     return 0;

@@ -5,7 +5,7 @@
 
 #include "crypto/octets.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 // What tests make smaller.
 struct HttpOptions {
@@ -27,4 +27,4 @@ HttpAnswer httpGet(const char *url, const HttpOptions &options = {}) noexcept;
 HttpAnswer httpPost(const char *url, const char *contentType, Bytes content,
                     const HttpOptions &options = {}) noexcept;
 
-}  // namespace talvo
+}  // namespace talvo::crypto

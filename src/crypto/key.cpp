@@ -5,7 +5,7 @@
 
 #include "crypto/ecc_signature.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 namespace {
 
@@ -213,9 +213,10 @@ TalvoPKIPublicKey *newPublicKey(Key key) noexcept {
   return key ? make<TalvoPKIPublicKey>(kSource, std::move(key)).release() : nullptr;
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 TalvoPKIKeyPair *TalvoPKICryptoDupKeyPair(TalvoPKIKeyPair *keyPair) noexcept {
   return keyPair == nullptr ? nullptr : newKeyPair(share(keyPair->key));

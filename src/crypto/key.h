@@ -7,7 +7,7 @@
 #include "crypto/algorithm.h"
 #include "crypto/der.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 struct Key {
   EvpKey handle;
@@ -36,12 +36,12 @@ bool samePublicKey(const Key &first, const Key &second) noexcept;
 TalvoPKIKeyPair *newKeyPair(Key key) noexcept;
 TalvoPKIPublicKey *newPublicKey(Key key) noexcept;
 
-}  // namespace talvo
+}  // namespace talvo::crypto
 
 struct TalvoPKIKeyPair {
-  talvo::Key key;
+  talvo::crypto::Key key;
 };
 
 struct TalvoPKIPublicKey {
-  talvo::Key key;
+  talvo::crypto::Key key;
 };

@@ -11,6 +11,7 @@
 #include "crypto/openssl_handle.h"
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 struct TalvoPKIMac {
   EvpMac context;  // null once the value was taken

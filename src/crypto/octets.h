@@ -9,7 +9,7 @@
 #include "base/bytes.h"
 #include "base/memory.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 // Names this library in the allocator's records.
 inline constexpr const char *kSource = "TALVO_Crypto";
@@ -52,4 +52,4 @@ inline std::string_view textOf(Bytes bytes) noexcept {
   return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -6,7 +6,7 @@
 
 #include "crypto/certificate_cache.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 namespace {
 
@@ -249,9 +249,10 @@ Bundle openBundle(Bytes bytes, const char *password) noexcept {
   return isPem(bytes) ? openPem(bytes, password) : openDer(decodeBase64(bytes).view(), password);
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 TalvoPKIKeyPair *TalvoPKICryptoOpenKeyPairEx(const void *bytes, size_t length, const char *password,
                                              int32_t *reason) noexcept {

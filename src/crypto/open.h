@@ -4,7 +4,7 @@
 
 #include "crypto/key.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 // Why something could not be opened; the values of the public TALVO_OPEN_ constants.
 enum class OpenReason : int32_t {
@@ -53,4 +53,4 @@ class LegacyContext {
   Provider legacy_;
 };
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -1,5 +1,5 @@
-// Owning handles of OpenSSL's objects. The scope that keeps its error queue as the caller left it is
-// the utility library's.
+// Owning handles of OpenSSL's objects. The scope that leaves its error queue as the caller left it
+// is the utility library's.
 #pragma once
 
 #include <openssl/bio.h>
@@ -14,9 +14,12 @@
 #include <openssl/x509.h>
 
 #include "base/handle.h"
-#include "util/openssl_objects.h"
+#include "util/openssl.h"
 
-namespace talvo {
+namespace talvo::crypto {
+
+using util::ErrorQueueScope;
+using util::OpensslMemory;
 
 // sk_X509_pop_free and the like are macros, so each needs a function of its own.
 inline void freeX509Stack(STACK_OF(X509) * stack) noexcept {
@@ -70,4 +73,4 @@ inline bool push(const X509Stack &stack, X509Ptr certificate) noexcept {
   return true;
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -12,7 +12,7 @@
 #include "base/boundary.h"
 #include "crypto/open.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 namespace {
 
@@ -87,4 +87,4 @@ Key openTokenKey(std::string_view uri, const char *pin, OpenReason *reason) noex
   return guard([&] { return loadKey(uri, pin, reason); });
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto

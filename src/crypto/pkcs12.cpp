@@ -3,7 +3,7 @@
 // own, and what was inside is read again in the usual one, so that nothing refers to that context.
 #include "crypto/open.h"
 
-namespace talvo {
+namespace talvo::crypto {
 
 namespace {
 
@@ -155,4 +155,4 @@ Key openEncryptedKey(Bytes der, const char *password, OpenReason *reason) noexce
   return decryptKey(encrypted.get(), password, legacy.get());
 }
 
-}  // namespace talvo
+}  // namespace talvo::crypto

@@ -10,6 +10,7 @@
 #include "crypto/openssl_handle.h"
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 struct TalvoPKIDevice {
   int32_t number;

@@ -5,6 +5,7 @@
 #include "crypto/key.h"
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 struct TalvoPKISign {
   EvpDigest context;  // null once the signature was taken

@@ -16,6 +16,7 @@
 #include "crypto/http.h"
 
 using namespace talvo;
+using namespace talvo::crypto;
 
 namespace {
 

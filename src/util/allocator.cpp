@@ -13,7 +13,7 @@
 
 #include "talvo_util.h"
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 struct alignas(std::max_align_t) BlockHeader {
@@ -25,8 +25,6 @@ struct alignas(std::max_align_t) BlockHeader {
   BlockHeader *newer;
 #endif
 };
-
-std::atomic<int64_t> g_refusals{0};
 
 // Threads count on different cache lines, else each allocation would take the line from the other
 // cores. A block may be given back by another thread, so that only the sums say something.
@@ -42,6 +40,9 @@ std::atomic<uint32_t> g_nextShard{0};
 // The initial-exec model spares a function call for each access; the loader sets a little room aside
 // for such variables of libraries that are loaded late.
 __attribute__((tls_model("initial-exec"))) constinit thread_local Counters *t_counters = nullptr;
+
+// By thread, so that whoever compares it before and behind sees only what was refused to himself.
+__attribute__((tls_model("initial-exec"))) constinit thread_local int64_t t_refusals = 0;
 
 Counters &countersOfThread() noexcept {
   if (t_counters == nullptr) {
@@ -93,7 +94,7 @@ void unchain(BlockHeader *) noexcept {}
 #endif
 
 std::nullptr_t refuseBlock() noexcept {
-  g_refusals.fetch_add(1, std::memory_order_relaxed);
+  ++t_refusals;
   return nullptr;
 }
 
@@ -140,9 +141,10 @@ size_t listLiveBlocks(LiveBlock *, size_t) noexcept {
 
 #endif
 
-}  // namespace talvo
+}  // namespace talvo::util
 
 using namespace talvo;
+using namespace talvo::util;
 
 void *talvo_malloc(size_t size, const char *file, int32_t line) noexcept {
   constexpr size_t kLimit = std::numeric_limits<ptrdiff_t>::max() - sizeof(BlockHeader);
@@ -181,7 +183,7 @@ int64_t talvo_memory_getlivebytes() noexcept {
 }
 
 int64_t talvo_memory_getrefusals() noexcept {
-  return g_refusals.load(std::memory_order_relaxed);
+  return t_refusals;
 }
 
 void talvo_memory_setfailafter([[maybe_unused]] int64_t count) noexcept {

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace talvo {
+namespace talvo::util {
 
 // Counts one allocation against the fault that talvo_memory_setfailafter has set: true when it has
 // to fail. The test programs ask it for each std allocation too.
@@ -19,4 +19,4 @@ struct LiveBlock {
 // The newest live blocks, newest first, at most `capacity` of them; returns how many were written.
 size_t listLiveBlocks(LiveBlock *out, size_t capacity) noexcept;
 
-}  // namespace talvo
+}  // namespace talvo::util

@@ -5,9 +5,9 @@
 
 #include "base/memory.h"
 
-namespace {
-
 using namespace talvo;
+
+namespace {
 
 constexpr char kSource[] = "arraylist";
 constexpr int32_t kFirstCapacity = 8;

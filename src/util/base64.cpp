@@ -8,7 +8,7 @@
 
 #include "base/memory.h"
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 constexpr char kSource[] = "base64";
@@ -158,9 +158,10 @@ void encodeInto(Bytes bytes, bool breakLines, char *out) noexcept {
 }
 
 }  // namespace
-}  // namespace talvo
+}  // namespace talvo::util
 
 using namespace talvo;
+using namespace talvo::util;
 
 int32_t talvo_base64_encode(const void *bytes, size_t length, int32_t mode, char **text,
                             size_t *textLength) noexcept {

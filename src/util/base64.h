@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace talvo {
+namespace talvo::util {
 
 class Base64Decoder {
  public:
@@ -28,4 +28,4 @@ class Base64Decoder {
   bool isPadded_ = false;  // after padding only white space may follow
 };
 
-}  // namespace talvo
+}  // namespace talvo::util

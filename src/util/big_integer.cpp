@@ -8,11 +8,12 @@
 #include <openssl/bn.h>
 
 #include "base/memory.h"
-#include "util/openssl_objects.h"
-
-namespace {
+#include "util/openssl.h"
 
 using namespace talvo;
+using namespace talvo::util;
+
+namespace {
 
 constexpr char kSource[] = "big_integer";
 

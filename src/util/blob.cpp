@@ -6,6 +6,7 @@ struct talvo_data_blob {
 };
 
 using namespace talvo;
+using namespace talvo::util;
 
 namespace {
 

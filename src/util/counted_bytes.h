@@ -10,7 +10,7 @@
 
 #include "base/memory.h"
 
-namespace talvo {
+namespace talvo::util {
 
 template <class Object>
 char *bytesBehind(Object *object) noexcept {
@@ -47,4 +47,4 @@ Object *copyCounted(Site site, const void *bytes, size_t length) noexcept {
   return object;
 }
 
-}  // namespace talvo
+}  // namespace talvo::util

@@ -11,7 +11,7 @@
 #include "base/boundary.h"
 #include "base/memory.h"
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 constexpr char kSource[] = "json";
@@ -28,13 +28,13 @@ JsonValue share(json_t *value) noexcept {
 }
 
 }  // namespace
-}  // namespace talvo
+}  // namespace talvo::util
 
 struct talvo_json {
-  talvo::JsonValue value;
+  talvo::util::JsonValue value;
 };
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 talvo_json *wrap(JsonValue value) noexcept {
@@ -208,9 +208,10 @@ bool isWithinLimit(const talvo_json *json) noexcept {
 }
 
 }  // namespace
-}  // namespace talvo
+}  // namespace talvo::util
 
 using namespace talvo;
+using namespace talvo::util;
 
 talvo_json *talvo_json_parse(const char *text, size_t length) noexcept {
   return talvo_json_parse_ex(text, length, nullptr, nullptr, nullptr);

@@ -18,7 +18,7 @@ struct talvo_stream {
   virtual int64_t available() const noexcept { return -1; }
 };
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 constexpr char kSource[] = "stream";
@@ -160,9 +160,10 @@ talvo_stream *asStream(Owned<T> stream) noexcept {
 }
 
 }  // namespace
-}  // namespace talvo
+}  // namespace talvo::util
 
 using namespace talvo;
+using namespace talvo::util;
 
 talvo_stream *talvo_stream_newmemory(size_t capacity) noexcept {
   ByteBuffer buffer = makeBytes(kSource, capacity);

@@ -20,7 +20,7 @@ struct talvo_time {
   auto operator<=>(const talvo_time &other) const noexcept = default;
 };
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 constexpr char kSource[] = "time";
@@ -99,9 +99,10 @@ int32_t field(const talvo_time *time, int32_t talvo_time::*member) noexcept {
 }
 
 }  // namespace
-}  // namespace talvo
+}  // namespace talvo::util
 
 using namespace talvo;
+using namespace talvo::util;
 
 talvo_time *talvo_time_newutctime(int32_t year, int32_t month, int32_t day, int32_t hour,
                                   int32_t minute, int32_t second, int32_t nanosecond) noexcept {

@@ -10,7 +10,7 @@ struct talvo_ustring {
   size_t length;
 };
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 constexpr char kSource[] = "ustring";
@@ -86,9 +86,10 @@ bool isUtf8(const char *text, size_t length) noexcept {
 }
 
 }  // namespace
-}  // namespace talvo
+}  // namespace talvo::util
 
 using namespace talvo;
+using namespace talvo::util;
 
 talvo_ustring *talvo_ustring_newutf8(const char *text, size_t length) noexcept {
   if (text == nullptr && length > 0) {

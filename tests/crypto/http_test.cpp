@@ -19,6 +19,8 @@
 namespace talvo::test {
 namespace {
 
+using namespace crypto;
+
 class HttpTest : public MemoryTest {};
 
 HttpReply redirect(const std::string &target) {

@@ -10,6 +10,8 @@
 namespace talvo::test {
 namespace {
 
+using namespace crypto;
+
 class SignatureTest : public MemoryTest {};
 
 struct Method {

@@ -16,7 +16,7 @@ namespace {
 thread_local bool t_countsNew = false;
 
 void *allocateCounted(std::size_t size) noexcept {
-  if (t_countsNew && talvo::takeFault()) {
+  if (t_countsNew && talvo::util::takeFault()) {
     return nullptr;
   }
   return std::malloc(size == 0 ? 1 : size);

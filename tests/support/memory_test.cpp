@@ -16,10 +16,10 @@ void expectLiveBlocks(int64_t before) {
     EXPECT_EQ(now, before) << "something was given back that the test had not taken";
     return;
   }
-  std::vector<LiveBlock> blocks(static_cast<size_t>(std::min(now - before, kMostListed)));
-  blocks.resize(listLiveBlocks(blocks.data(), blocks.size()));
+  std::vector<util::LiveBlock> blocks(static_cast<size_t>(std::min(now - before, kMostListed)));
+  blocks.resize(util::listLiveBlocks(blocks.data(), blocks.size()));
   ADD_FAILURE() << now - before << " blocks were not given back; the newest:";
-  for (const LiveBlock &block : blocks) {
+  for (const util::LiveBlock &block : blocks) {
     ADD_FAILURE() << "  " << block.size << " bytes from " << block.file << ":" << block.line;
   }
 }

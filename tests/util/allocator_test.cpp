@@ -1,5 +1,5 @@
 // The allocator, and with it the support that all other tests stand on.
-#include <string>
+#include <thread>
 #include <vector>
 
 #include "base/boundary.h"
@@ -27,9 +27,19 @@ TEST_F(AllocatorTest, CountsBlocksAndTheBytesAskedFor) {
   talvo_free(nullptr);
 }
 
-TEST_F(AllocatorTest, RefusesSizesThatOverflow) {
-  EXPECT_EQ(talvo_malloc(SIZE_MAX, "test", __LINE__), nullptr);
-  EXPECT_EQ(talvo_malloc(SIZE_MAX - 15, "test", __LINE__), nullptr);
+TEST_F(AllocatorTest, RefusesSizesThatOverflowAndCountsThemByThread) {
+  const auto refuseTwo = [] {
+    EXPECT_EQ(talvo_malloc(SIZE_MAX, "test", __LINE__), nullptr);
+    EXPECT_EQ(talvo_malloc(SIZE_MAX - 15, "test", __LINE__), nullptr);
+  };
+  const int64_t before = talvo_memory_getrefusals();
+  refuseTwo();
+  EXPECT_EQ(talvo_memory_getrefusals(), before + 2);
+  std::thread([&] {
+    refuseTwo();
+    EXPECT_EQ(talvo_memory_getrefusals(), 2) << "the thread's own";
+  }).join();
+  EXPECT_EQ(talvo_memory_getrefusals(), before + 2);
 }
 
 TEST_F(AllocatorTest, FailsExactlyTheChosenAllocation) {

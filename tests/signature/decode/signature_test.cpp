@@ -1,6 +1,8 @@
 #include "signature/decode/signature.h"
 
+#include <atomic>
 #include <string>
+#include <thread>
 
 #include "base/utf8.h"
 #include "signature/vocabulary/vocabulary.h"
@@ -410,6 +412,30 @@ TEST_F(DecodeTest, ReportsExhaustedMemoryAndLeaksNothing) {
     // property is absent.
     return record && record->signatureTimeStamps && record->certificateValues;
   });
+}
+
+// The other thread asks for more than there can be, from before the first record to behind the last.
+TEST_F(DecodeTest, AnotherThreadsWantOfMemoryFailsNothingHere) {
+  const Document document = parse(expand(richDocument()));
+  XmlNode *element = findSignature(document);
+  std::atomic<bool> hasBegun = false;
+  std::atomic<bool> isDone = false;
+  std::thread other([&] {
+    while (!isDone) {
+      talvo_free(talvo_malloc(SIZE_MAX, "test", __LINE__));
+      hasBegun = true;
+    }
+  });
+  while (!hasBegun) {
+    std::this_thread::yield();
+  }
+  int failed = 0;
+  for (int round = 0; round < 500; ++round) {
+    failed += decodeSignature(element, Registration::skip) ? 0 : 1;
+  }
+  isDone = true;
+  other.join();
+  EXPECT_EQ(failed, 0);
 }
 
 }  // namespace

@@ -12,10 +12,10 @@
 
 #include "base/boundary.h"
 #include "base/memory.h"
-#include "util/dn_text.h"
-#include "util/openssl_objects.h"
+#include "util/x509/dn_text.h"
+#include "util/x509/objects.h"
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 constexpr char kSource[] = "dn";
@@ -198,9 +198,10 @@ bool matches(const X509_NAME *name, std::string_view text) {
 }
 
 }  // namespace
-}  // namespace talvo
+}  // namespace talvo::util
 
 using namespace talvo;
+using namespace talvo::util;
 
 talvo_cert_dn *talvo_cert_dn_new(const void *der, size_t length) noexcept {
   if (der == nullptr || length > static_cast<size_t>(std::numeric_limits<int>::max())) {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace talvo {
+namespace talvo::util {
 
 struct DnAttribute {
   std::string_view type;  // a name or an OID, as written
@@ -20,4 +20,4 @@ using DnPart = std::vector<DnAttribute>;
 // May throw std::bad_alloc.
 bool parseDnText(std::string_view text, std::vector<DnPart> &parts);
 
-}  // namespace talvo
+}  // namespace talvo::util

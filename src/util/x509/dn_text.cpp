@@ -1,10 +1,10 @@
 // The reader of distinguished-name text: a position in the text and one function for each
 // construct.
-#include "util/dn_text.h"
+#include "util/x509/dn_text.h"
 
 #include "base/memory.h"
 
-namespace talvo {
+namespace talvo::util {
 namespace {
 
 bool isBlank(char character) noexcept {
@@ -151,4 +151,4 @@ bool parseDnText(std::string_view text, std::vector<DnPart> &parts) {
   return Reader(text).readName(parts);
 }
 
-}  // namespace talvo
+}  // namespace talvo::util

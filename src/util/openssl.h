@@ -1,13 +1,13 @@
-// OpenSSL's objects behind the handles of names, extensions and CRLs, and what the files that use
-// OpenSSL share.
+// What the files that call OpenSSL share: whose its error queue is, and how its memory is given
+// back.
 #pragma once
 
+#include <openssl/crypto.h>
 #include <openssl/err.h>
-#include <openssl/x509.h>
 
 #include "base/handle.h"
 
-namespace talvo {
+namespace talvo::util {
 
 // What OpenSSL calls leave in the thread's error queue is taken out again at the end of the scope:
 // the queue belongs to the host application.
@@ -19,6 +19,7 @@ class ErrorQueueScope {
   ErrorQueueScope &operator=(const ErrorQueueScope &) = delete;
 };
 
+// OPENSSL_free is a macro.
 inline void freeOpenssl(void *memory) noexcept {
   OPENSSL_free(memory);
 }
@@ -26,20 +27,4 @@ inline void freeOpenssl(void *memory) noexcept {
 template <class T>
 using OpensslMemory = Handle<T, freeOpenssl>;
 
-using X509Name = Handle<X509_NAME, X509_NAME_free>;
-using X509Extension = Handle<X509_EXTENSION, X509_EXTENSION_free>;
-using X509Crl = Handle<X509_CRL, X509_CRL_free>;
-
-}  // namespace talvo
-
-struct talvo_cert_dn {
-  talvo::X509Name name;
-};
-
-struct talvo_cert_extension {
-  talvo::X509Extension extension;
-};
-
-struct talvo_crl {
-  talvo::X509Crl crl;
-};
+}  // namespace talvo::util

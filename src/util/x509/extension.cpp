@@ -5,9 +5,10 @@
 #include <openssl/objects.h>
 
 #include "base/memory.h"
-#include "util/openssl_objects.h"
+#include "util/x509/objects.h"
 
 using namespace talvo;
+using namespace talvo::util;
 
 namespace {
 

@@ -10,10 +10,12 @@
 #include "base/utf8.h"
 #include "support/every_allocation_fails.h"
 #include "support/memory_test.h"
-#include "util/openssl_objects.h"
+#include "util/x509/objects.h"
 
 namespace talvo::test {
 namespace {
+
+using namespace util;
 
 using namespace std::string_view_literals;
 using Key = Handle<EVP_PKEY, EVP_PKEY_free>;
