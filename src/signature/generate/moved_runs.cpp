@@ -1,8 +1,8 @@
-// A run is a node and everything behind it, so inside a parent it was always the end of the children: appending puts
-// it back exactly.
+// Each loan knows the run's place in its context as well, which forgets the run while it is away.
 #include "signature/generate/moved_runs.h"
 
 #include "base/memory.h"
+#include "xml/lent_run.h"
 #include "xml/node.h"
 
 namespace talvo {
@@ -17,8 +17,8 @@ struct Loan {
   bool *ownsSlot;
   bool owned;
   XmlNode *first;
-  XmlNode *parent;  // null for a free-standing run
-  bool moved;
+  XmlNode *parent;    // where the run stood when it was promised
+  OwnedLentRun lent;  // once it has moved
 };
 
 bool mayBeContent(const XmlNode *node) noexcept {
@@ -27,11 +27,10 @@ bool mayBeContent(const XmlNode *node) noexcept {
          kind == NodeKind::processingInstruction;
 }
 
-void putBack(const Loan &loan, OwnedNode run) noexcept {
-  const bool placed = loan.parent == nullptr ? handOut(std::move(run)) != nullptr
-                                             : linkChild(loan.parent, run) != nullptr;
-  *loan.slot = placed ? loan.first : nullptr;
-  *loan.ownsSlot = placed && loan.owned;
+void returnLoan(const Loan &loan) noexcept {
+  const bool isBack = giveBack(*loan.lent);
+  *loan.slot = isBack ? loan.first : nullptr;
+  *loan.ownsSlot = isBack && loan.owned;
 }
 
 bool moveIn(Loan *loan) noexcept {
@@ -39,12 +38,10 @@ bool moveIn(Loan *loan) noexcept {
   if (*loan->slot != loan->first || talvo_xml_node_getparent(loan->first) != loan->parent) {
     return false;
   }
-  OwnedNode run = takeRun(loan->first);
-  if (linkChild(loan->target, run) == nullptr) {
-    putBack(*loan, std::move(run));
+  loan->lent = lendRun(loan->target, loan->first);
+  if (loan->lent == nullptr) {
     return false;
   }
-  loan->moved = true;
   *loan->slot = nullptr;
   *loan->ownsSlot = false;
   return true;
@@ -57,8 +54,8 @@ MovedRuns::MovedRuns() noexcept : loans_(talvo_arraylist_new(nullptr, releaseIte
 MovedRuns::~MovedRuns() {
   const ListView<Loan> loans = items<Loan>(loans_);
   for (int32_t index = loans.size() - 1; index >= 0; --index) {
-    if (loans[index]->moved) {
-      putBack(*loans[index], takeRun(loans[index]->first));
+    if (loans[index]->lent != nullptr) {
+      returnLoan(*loans[index]);
     }
   }
 }
@@ -66,7 +63,7 @@ MovedRuns::~MovedRuns() {
 bool MovedRuns::expect(XmlNode *target, XmlNode **first, bool *owns) noexcept {
   return loans_ && mayBeContent(*first) &&
          append(loans_, make<Loan>(kSource, target, first, owns, *owns, *first,
-                                   talvo_xml_node_getparent(*first), false));
+                                   talvo_xml_node_getparent(*first), nullptr));
 }
 
 bool MovedRuns::fill() noexcept {
