@@ -1245,7 +1245,15 @@ TALVO_API int32_t talvo_xml_signature_referencevalidation_ex(const Signature *si
                                                              const void *externalData,
                                                              size_t length,
                                                              uint32_t *error) TALVO_NOEXCEPT;
-/* talvo_xml_signature_referencevalidation is the same with flag 1. */
+/* talvo_xml_signature_referencevalidation_ex2 is the same and says which reference failed: `failed`
+ * (may be NULL) is its index from 0 in the list of talvo_xml_signature_getreflist, or -1 when all are
+ * valid and when the failure is of none in particular (6 for a NULL signature, 14). */
+TALVO_API int32_t talvo_xml_signature_referencevalidation_ex2(const Signature *signature,
+                                                              uint32_t flags,
+                                                              const void *externalData,
+                                                              size_t length, int32_t *failed,
+                                                              uint32_t *error) TALVO_NOEXCEPT;
+/* talvo_xml_signature_referencevalidation is the first of them with flag 1. */
 TALVO_API int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
                                                           const void *externalData, size_t length,
                                                           uint32_t *error) TALVO_NOEXCEPT;

@@ -69,10 +69,11 @@ void prepare(Signature *signature, const Verification &run) {
   }
 }
 
-uint32_t validateReferences(const Signature *signature, const Verification &run) {
+// `failed` becomes the index of the reference that fails, or -1.
+uint32_t validateReferences(const Signature *signature, const Verification &run, int32_t *failed) {
   uint32_t error = 0;
-  const int32_t valid = talvo_xml_signature_referencevalidation_ex(
-      signature, run.flags(), run.externalData(), run.externalLength(), &error);
+  const int32_t valid = talvo_xml_signature_referencevalidation_ex2(
+      signature, run.flags(), run.externalData(), run.externalLength(), failed, &error);
   return valid == 1 ? 0 : error == 0 ? invalidReference : error;
 }
 
@@ -88,19 +89,12 @@ JsonObject describeReference(const Reference *reference, int32_t number, uint32_
   return report.number("error", error).text("message", errorMessage(error));
 }
 
-// Validation stops at the first reference that fails without telling which it was.
-void addFailedReference(const Signature *signature, const Verification &run, JsonObject &report) {
+void addFailedReference(const Signature *signature, int32_t failed, uint32_t error,
+                        JsonObject &report) {
   const List references(talvo_xml_signature_getreflist(signature));
-  int32_t number = 0;
-  for (const Reference *reference : items<Reference>(references)) {
-    ++number;
-    uint32_t error = 0;
-    if (talvo_xml_signature_verifyref_ex(talvo_xml_signature_reference_getnode(reference),
-                                         run.flags(), run.basePath.get(), run.externalData(),
-                                         run.externalLength(), &error) != 1) {
-      report.object("failedReference", describeReference(reference, number, error));
-      return;
-    }
+  const Reference *reference = items<Reference>(references)[failed];
+  if (reference != nullptr) {
+    report.object("failedReference", describeReference(reference, failed + 1, error));
   }
 }
 
@@ -131,11 +125,12 @@ uint32_t verifySignature(XmlNode *element, Verification &run, JsonObject &report
   prepare(signature.get(), run);
   uint32_t error = 0;
   const bool value = talvo_xml_signature_signaturevalidation(signature.get(), nullptr, &error) == 1;
-  error = value ? validateReferences(signature.get(), run) : error;
+  int32_t failed = -1;
+  error = value ? validateReferences(signature.get(), run, &failed) : error;
   addVerdict(report, error);
   describe(signature.get(), report);
-  if (value && error != 0) {
-    addFailedReference(signature.get(), run, report);
+  if (failed >= 0) {
+    addFailedReference(signature.get(), failed, error, report);
   }
   describeXades(signature.get(), run.setting.allowNetwork, report);
   return error;

@@ -12,8 +12,9 @@
 namespace talvo {
 namespace {
 
+// `failed` becomes the index of the reference that fails.
 int32_t verifyReferences(const Signature *signature, uint32_t flags, Bytes external,
-                         uint32_t *error) noexcept {
+                         int32_t *failed, uint32_t *error) noexcept {
   if (signature == nullptr) {
     return fail(error, VerifyError::missingArgument);
   }
@@ -26,10 +27,12 @@ int32_t verifyReferences(const Signature *signature, uint32_t flags, Bytes exter
     return fail(error, VerifyError::tooManyReferencesWithoutUri);
   }
   const FitnessScope scope(signature->document);
-  for (const Reference *reference : references) {
+  for (int32_t index = 0; index < references.size(); ++index) {
+    const Reference *reference = references[index];
     const Reach reach{talvo_xml_node_getdoc(reference->element), reference->element,
                       signature->basePath.get(), flags};
     if (talvo_xml_signature_iverifyref(reference, reach, external, error) != 1) {
+      *failed = index;
       return 0;
     }
   }
@@ -66,9 +69,21 @@ using namespace talvo;
 int32_t talvo_xml_signature_referencevalidation_ex(const Signature *signature, uint32_t flags,
                                                    const void *externalData, size_t length,
                                                    uint32_t *error) noexcept {
-  return guardWithError(error, VerifyError::outOfMemory, [&] {
-    return verifyReferences(signature, flags, bytesAt(externalData, length), error);
+  return talvo_xml_signature_referencevalidation_ex2(signature, flags, externalData, length,
+                                                     nullptr, error);
+}
+
+int32_t talvo_xml_signature_referencevalidation_ex2(const Signature *signature, uint32_t flags,
+                                                    const void *externalData, size_t length,
+                                                    int32_t *failed, uint32_t *error) noexcept {
+  int32_t index = -1;
+  const int32_t result = guardWithError(error, VerifyError::outOfMemory, [&] {
+    return verifyReferences(signature, flags, bytesAt(externalData, length), &index, error);
   });
+  if (failed != nullptr) {
+    *failed = index;
+  }
+  return result;
 }
 
 int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
