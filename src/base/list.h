@@ -57,7 +57,7 @@ ListView<T> items(const List &list) noexcept {
 // The release function of a list whose items are Owned<T>.
 template <class T>
 void releaseItem(void *item) noexcept {
-  destroy(static_cast<T *>(item));
+  kRelease<T>(static_cast<T *>(item));
 }
 
 // The item functions of a list that holds counted references.

@@ -29,8 +29,15 @@ void destroy(T *object) noexcept {
   }
 }
 
+// What a handle of T gives it back with. Types that have a release function of their own name it by
+// a specialisation.
 template <class T>
-using Owned = Handle<T, destroy<T>>;
+using Release = void (*)(T *) noexcept;
+template <class T>
+constexpr Release<T> kRelease = destroy<T>;
+
+template <class T>
+using Owned = Handle<T, kRelease<T>>;
 
 // A new T, or null when memory is exhausted. The constructor must not throw.
 template <class T, class... Arguments>

@@ -13,6 +13,7 @@
 #include "base/list.h"
 #include "base/memory.h"
 #include "base/refcount.h"
+#include "signature/record/release.h"
 
 namespace talvo {
 
@@ -222,29 +223,3 @@ namespace talvo {
 using SignatureRecord = Handle<Signature, talvo_xml_free_signature>;
 
 }  // namespace talvo
-
-// The release functions of the parts of a record. Null is ignored.
-extern "C" {
-
-void talvo_xml_free_signature_signedinfo(talvo::SignedInfo *record) noexcept;
-void talvo_xml_free_signature_c14nmethod(talvo::CanonicalizationMethod *record) noexcept;
-void talvo_xml_free_signature_signaturemethod(talvo::SignatureMethod *record) noexcept;
-void talvo_xml_free_signature_transform(talvo::Transform *record) noexcept;
-void talvo_xml_free_signature_digestmethod(talvo::DigestMethod *record) noexcept;
-void talvo_xml_free_signature_digestvalue(talvo::DigestValue *record) noexcept;
-void talvo_xml_free_signature_signaturevalue(talvo::SignatureValue *record) noexcept;
-void talvo_xml_free_signature_keyinfo(talvo::KeyInfo *record) noexcept;
-void talvo_xml_free_signature_keyinfoelem(talvo::KeyInfoItem *record) noexcept;
-void talvo_xml_free_signature_keyname(talvo::KeyName *record) noexcept;
-void talvo_xml_free_signature_keyvalue(talvo::KeyValue *record) noexcept;
-void talvo_xml_free_signature_dsakeyvalue(talvo::DsaKeyValue *record) noexcept;
-void talvo_xml_free_signature_rsakeyvalue(talvo::RsaKeyValue *record) noexcept;
-void talvo_xml_free_signature_retrievalmethod(talvo::RetrievalMethod *record) noexcept;
-void talvo_xml_free_signature_x509dataelem(talvo::X509DataItem *record) noexcept;
-void talvo_xml_free_signature_x509IssuerSerial(talvo::X509IssuerSerial *record) noexcept;
-void talvo_xml_free_signature_object(talvo::Object *record) noexcept;
-void talvo_xml_free_signature_objectelem(talvo::ObjectContent *record) noexcept;
-void talvo_xml_free_signature_signatureproperties(talvo::SignatureProperties *record) noexcept;
-void talvo_xml_free_signature_signatureproperty(talvo::SignatureProperty *record) noexcept;
-void talvo_xml_free_signature_manifest(talvo::Manifest *record) noexcept;
-}

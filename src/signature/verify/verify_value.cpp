@@ -1,7 +1,6 @@
-// The road: canonical octets of SignedInfo, then either a MAC with the key that the caller set, or a search for the
-// key that verifies; last the XAdES signing certificate, which ties the signature to one certificate.
-#include "signature/verify/verify_value.h"
-
+// The first half of verification, the signature value. The road: canonical octets of SignedInfo, then
+// either a MAC with the key that the caller set, or a search for the key that verifies; last the
+// XAdES signing certificate, which ties the signature to one certificate.
 #include "base/boundary.h"
 #include "signature/decode/transform_params.h"
 #include "signature/record/certid.h"
@@ -93,6 +92,13 @@ Key searchKey(const Signature *signature, const ValueCheck &check, uint32_t *err
   return key;
 }
 
+// ECDSA and SM2, by a number of the cryptographic library: certificates alone are candidates, since a
+// key value of their family is not read.
+Key verifyeccsignature(const Signature &signature, int32_t algorithm, Bytes octets, Bytes value,
+                       uint32_t *error) noexcept {
+  return searchKey(&signature, {KeyFamily::ec, algorithm, octets, value}, error);
+}
+
 Key verifyWithKeyPairs(const Signature &signature, const SignatureAlgorithm *method, Bytes octets,
                        uint32_t *error) noexcept {
   if (method == nullptr || method->crypto == 0) {
@@ -100,10 +106,7 @@ Key verifyWithKeyPairs(const Signature &signature, const SignatureAlgorithm *met
   }
   const Bytes value = bytesOf(signature.signatureValue->value.get());
   if (method->family == KeyFamily::ec) {
-    SignatureKey *key = nullptr;
-    verifyeccsignature(method->crypto, octets.data(), octets.size(), &signature, value.data(),
-                       value.size(), &key, error);
-    return Key(key);
+    return verifyeccsignature(signature, method->crypto, octets, value, error);
   }
   constexpr size_t kDsaValueLength = 40;
   if (method->family == KeyFamily::dsa && value.size() != kDsaValueLength) {
@@ -183,24 +186,10 @@ int32_t validateValue(Signature *signature, SignatureKey **key, uint32_t *error)
 }  // namespace
 }  // namespace talvo
 
-extern "C" {
-
-int32_t verifyeccsignature(int32_t algorithm, const uint8_t *octets, size_t length,
-                           const Signature *signature, const uint8_t *value, size_t valueLength,
-                           SignatureKey **key, uint32_t *error) noexcept {
-  using namespace talvo;
-  Key found = searchKey(signature,
-                        {KeyFamily::ec, algorithm, {octets, length}, {value, valueLength}}, error);
-  if (!found) {
-    return 0;
-  }
-  *key = found.release();
-  return 1;
-}
+using namespace talvo;
 
 int32_t talvo_xml_signature_signaturevalidation(Signature *signature, SignatureKey **key,
                                                 uint32_t *error) noexcept {
-  return talvo::guardWithError(error, talvo::VerifyError::outOfMemory,
-                               [&] { return talvo::validateValue(signature, key, error); });
-}
+  return guardWithError(error, VerifyError::outOfMemory,
+                        [&] { return validateValue(signature, key, error); });
 }

@@ -1,5 +1,7 @@
 // Digests of files that a reference names without transforms: read in chunks, so that memory does
 // not grow with the file.
+#include <utility>
+
 #include "base/utf8.h"
 #include "signature/vocabulary/error.h"
 #include "transform/reference/dereference.h"
@@ -41,15 +43,15 @@ bool digestFile(const char *path, int32_t digestId, Digest *digest, uint32_t *er
   return isDone || refuse(error, ReferenceError::digestFailed);
 }
 
-// The network is never used here, whatever the flags; without leave the code is the caller's own.
-bool digestRelative(const char *base, const char *uri, const Reach &reach, int32_t digestId,
-                    ReferenceError refused, Digest *digest, uint32_t *error) noexcept {
+// The file that a relative URI names. The network is never used here, whatever the flags; without
+// leave the code is the caller's own.
+TextBuffer pathOf(const char *base, const char *uri, const Reach &reach, ReferenceError refused,
+                  uint32_t *error) noexcept {
   if (isHttpUri(base)) {
-    return refuse(error, reach.mayUseNetwork() ? ReferenceError::digestFailed : refused);
+    return failNull(error, reach.mayUseNetwork() ? ReferenceError::digestFailed : refused);
   }
-  const TextBuffer path = filePathFrom(base, uri);
-  return path == nullptr ? refuse(error, ReferenceError::digestFailed)
-                         : digestFile(path.get(), digestId, digest, error);
+  TextBuffer path = filePathFrom(base, uri);
+  return path != nullptr ? std::move(path) : failNull(error, ReferenceError::digestFailed);
 }
 
 // The base of the octet-stream road: one that the document gives is decoded first.
@@ -113,19 +115,15 @@ int32_t verifyOctstreamUriHash(const Reach &reach, int32_t digestId, const talvo
 
 int32_t calchashfromrelpath(const char *base, const char *uri, const Reach &reach, int32_t digestId,
                             talvo_ustring **text, uint32_t *error) noexcept {
-  Digest digest;
-  return digestRelative(base, uri, reach, digestId, ReferenceError::networkRefusedWhileDigesting,
-                        &digest, error)
-             ? encode(digest, text, error)
-             : 0;
+  const TextBuffer path =
+      pathOf(base, uri, reach, ReferenceError::networkRefusedWhileDigesting, error);
+  return path != nullptr ? calchashfromfromfile(path.get(), digestId, text, error) : 0;
 }
 
 int32_t verifyhashfromrelpath(const char *base, const char *uri, const Reach &reach,
                               int32_t digestId, Bytes expected, uint32_t *error) noexcept {
-  Digest digest;
-  return digestRelative(base, uri, reach, digestId, ReferenceError::networkRefused, &digest, error)
-             ? compare(digest, expected, error)
-             : 0;
+  const TextBuffer path = pathOf(base, uri, reach, ReferenceError::networkRefused, error);
+  return path != nullptr ? verifyhashfromfromfile(path.get(), digestId, expected, error) : 0;
 }
 
 int32_t calchashfromfromfile(const char *path, int32_t digestId, talvo_ustring **text,
