@@ -2,80 +2,63 @@
 #include "signature/sign/raw_signature.h"
 
 #include <algorithm>
+#include <cassert>
 
-#include "base/handle.h"
+#include "crypto/handle.h"
 #include "signature/vocabulary/algorithm.h"
 
 namespace talvo {
 namespace {
 
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-using SignOperation = Handle<TalvoPKISign, TalvoPKICryptoFreeSign>;
-using VerifyOperation = Handle<TalvoPKIVerify, TalvoPKICryptoFreeVerify>;
-
-struct CryptoBuffer {
-  CryptoBytes bytes;
-  size_t length = 0;
-};
-
-// DSA, ECDSA and SM2 by the cryptographic library's numbers.
-bool hasTwoHalves(int32_t algorithm) noexcept {
-  return (algorithm >= 13 && algorithm <= 20) || algorithm == 25;
-}
-
-CryptoBuffer signBytes(TalvoPKIKeyPair *keyPair, int32_t algorithm, Bytes octets) noexcept {
-  SignOperation operation(TalvoPKICryptoNewSign(keyPair, algorithm));
-  uint8_t *value = nullptr;
-  size_t length = 0;
-  if (!operation || TalvoPKICryptoSignUpdate(operation.get(), octets.data(), octets.size()) != 1 ||
-      TalvoPKICryptoSignFinal(operation.get(), &value, &length) != 1) {
+CryptoOctets signOctets(TalvoPKIKeyPair *keyPair, int32_t algorithm, Bytes octets) noexcept {
+  const SignOperation operation(TalvoPKICryptoNewSign(keyPair, algorithm));
+  if (!operation || TalvoPKICryptoSignUpdate(operation.get(), octets.data(), octets.size()) != 1) {
     return {};
   }
-  return {CryptoBytes(value), length};
+  return octetsFrom(TalvoPKICryptoSignFinal, operation.get());
 }
 
-// r || s, each right-aligned in as many bytes as the group order has.
-CryptoBuffer toFixedWidth(const TalvoPKIKeyPair *keyPair, const CryptoBuffer &der) noexcept {
-  uint8_t *r = nullptr;
-  uint8_t *s = nullptr;
-  size_t rLength = 0;
-  size_t sLength = 0;
+// Right-aligned in the field, which is zero.
+void putNumber(Bytes number, std::span<uint8_t> field) noexcept {
+  assert(number.size() <= field.size());
+  std::copy(number.begin(), number.end(), field.end() - static_cast<ptrdiff_t>(number.size()));
+}
+
+// r || s, each in as many octets as the group order has.
+CryptoOctets toHalves(const TalvoPKIKeyPair *keyPair, Bytes der) noexcept {
+  uint8_t *first = nullptr;
+  uint8_t *second = nullptr;
+  size_t firstLength = 0;
+  size_t secondLength = 0;
   const int32_t bits = TalvoPKICryptoGetKeypairBits(keyPair);
-  if (bits < 0 || TalvoPKICryptoDecodeECCSignature(der.bytes.get(), der.length, &r, &rLength, &s,
-                                                   &sLength) != 1) {
+  if (bits < 0 || TalvoPKICryptoDecodeECCSignature(der.data(), der.size(), &first, &firstLength,
+                                                   &second, &secondLength) != 1) {
     return {};
   }
-  CryptoBytes first(r);
-  CryptoBytes second(s);
+  const CryptoOctets r{CryptoBytes(first), firstLength};
+  const CryptoOctets s{CryptoBytes(second), secondLength};
   const size_t width = (static_cast<size_t>(bits) + 7) / 8;
-  if (rLength > width || sLength > width) {
+  CryptoBytes value(static_cast<uint8_t *>(TalvoPKICryptoAllocMemory(2 * width)));
+  if (!value || r.length > width || s.length > width) {
     return {};
   }
-  CryptoBuffer value{CryptoBytes(static_cast<uint8_t *>(TalvoPKICryptoAllocMemory(2 * width))),
-                     2 * width};
-  if (!value.bytes) {
-    return {};
-  }
-  std::fill_n(value.bytes.get(), 2 * width, uint8_t{0});
-  std::copy_n(r, rLength, value.bytes.get() + width - rLength);
-  std::copy_n(s, sLength, value.bytes.get() + 2 * width - sLength);
-  return value;
+  std::fill_n(value.get(), 2 * width, uint8_t{0});
+  putNumber(r.view(), {value.get(), width});
+  putNumber(s.view(), {value.get() + width, width});
+  return {std::move(value), 2 * width};
 }
 
-CryptoBuffer toDer(Bytes value) noexcept {
+CryptoOctets toDer(Bytes value) noexcept {
   const size_t half = value.size() / 2;
-  uint8_t *der = nullptr;
-  size_t length = 0;
-  if (value.size() % 2 != 0 ||
-      TalvoPKICryptoEncodeECCSignature(value.data(), half, value.data() + half, half, &der,
-                                       &length) != 1) {
+  if (value.size() % 2 != 0) {
     return {};
   }
-  return {CryptoBytes(der), length};
+  return octetsFrom(TalvoPKICryptoEncodeECCSignature, value.data(), half, value.data() + half,
+                    half);
 }
 
-bool verifyBytes(TalvoPKIPublicKey *key, int32_t algorithm, Bytes octets, Bytes value) noexcept {
-  VerifyOperation operation(TalvoPKICryptoNewVerify(key, algorithm));
+bool verifyOctets(TalvoPKIPublicKey *key, int32_t algorithm, Bytes octets, Bytes value) noexcept {
+  const VerifyOperation operation(TalvoPKICryptoNewVerify(key, algorithm));
   return operation &&
          TalvoPKICryptoVerifyUpdate(operation.get(), octets.data(), octets.size()) == 1 &&
          TalvoPKICryptoVerifyFinal(operation.get(), value.data(), value.size()) == 1;
@@ -84,20 +67,21 @@ bool verifyBytes(TalvoPKIPublicKey *key, int32_t algorithm, Bytes octets, Bytes 
 }  // namespace
 }  // namespace talvo
 
+using namespace talvo;
+
 extern "C" {
 
 int32_t sign(TalvoPKIKeyPair *keyPair, int32_t signatureMethod, const uint8_t *bytes, size_t length,
              uint8_t **signature, size_t *signatureLength) noexcept {
-  using namespace talvo;
   const SignatureAlgorithm *method = signatureByNumber(signatureMethod);
   if (method == nullptr || method->crypto == 0 || method->family == KeyFamily::hmac) {
     return 0;
   }
-  CryptoBuffer value = signBytes(keyPair, method->crypto, {bytes, length});
-  if (value.bytes && hasTwoHalves(method->crypto)) {
-    value = toFixedWidth(keyPair, value);
+  CryptoOctets value = signOctets(keyPair, method->crypto, {bytes, length});
+  if (value && method->form == ValueForm::halves) {
+    value = toHalves(keyPair, value.view());
   }
-  if (!value.bytes) {
+  if (!value) {
     return 0;
   }
   *signatureLength = value.length;
@@ -107,12 +91,12 @@ int32_t sign(TalvoPKIKeyPair *keyPair, int32_t signatureMethod, const uint8_t *b
 
 int32_t verifysignaturebypubkey(TalvoPKIPublicKey *key, int32_t algorithm, const uint8_t *bytes,
                                 size_t length, const uint8_t *value, size_t valueLength) noexcept {
-  using namespace talvo;
   const Bytes octets{bytes, length};
-  if (!hasTwoHalves(algorithm)) {
-    return verifyBytes(key, algorithm, octets, {value, valueLength}) ? 1 : 0;
+  const SignatureAlgorithm *method = signatureByCrypto(algorithm);
+  if (method == nullptr || method->form == ValueForm::octets) {
+    return verifyOctets(key, algorithm, octets, {value, valueLength}) ? 1 : 0;
   }
-  const CryptoBuffer der = toDer({value, valueLength});
-  return der.bytes && verifyBytes(key, algorithm, octets, {der.bytes.get(), der.length}) ? 1 : 0;
+  const CryptoOctets der = toDer({value, valueLength});
+  return der && verifyOctets(key, algorithm, octets, der.view()) ? 1 : 0;
 }
 }

@@ -16,12 +16,12 @@ using MacOperation = Handle<TalvoPKIMac, TalvoPKICryptoFreeMac>;
 
 // The canonical octets of SignedInfo; null with an error.
 Blob canonicalSignedInfo(const SignedInfo &signedInfo, uint32_t *error) noexcept {
-  const C14nAlgorithm *method = c14nByNumber(signedInfo.canonicalizationMethod->algorithmId);
+  const TransformAlgorithm *method = c14nByNumber(signedInfo.canonicalizationMethod->algorithmId);
   if (method == nullptr || !canCanonicalize(method->number)) {
     return failNull(error, VerifyError::c14nMethod);
   }
   PrefixBlock prefixes;
-  if (method->exclusive &&
+  if (isExclusive(method->number) &&
       !decodeexcc14nnode(signedInfo.canonicalizationMethod->element, &prefixes, error)) {
     return nullptr;
   }

@@ -1,5 +1,5 @@
-// The tables. An oddity is a cell here and nowhere else: a missing identifier, an empty JSON name, a
-// crypto number of 0, a method that contexts refuse.
+// The tables. An oddity is a cell here and nowhere else: a missing identifier, an empty JSON name,
+// a crypto number of 0, a method that contexts refuse.
 #include "signature/vocabulary/algorithm.h"
 
 #include <algorithm>
@@ -10,19 +10,6 @@
 
 namespace talvo {
 namespace {
-
-// clang-format off
-
-constexpr C14nAlgorithm kC14n[] = {
-    {1, &g_xml_signature_c14n_without_comments, "C14N", "C14N 1.0", false, false},
-    {2, &g_xml_signature_c14n_with_comments, "C14NWithComments", "C14N 1.0 with comments", false, true},
-    {3, &g_xml_signature_exc_c14n_without_comments, "ExcC14N", "Exclusive C14N", true, false},
-    {4, &g_xml_signature_exc_c14n_with_comments, "ExcC14NWithComments", "Exclusive C14N with comments", true, true},
-    // Deliberate: minimal canonicalisation is recognised when it is read, and refused everywhere else.
-    {5, &g_xml_signature_minimal_c14n, "", "Minimal C14N", false, false},
-    {6, &g_xml_signature_c14nv1_1_without_comments, "C14N11", "C14N 1.1", false, false},
-    {7, &g_xml_signature_c14nv1_1_with_comments, "C14N11WithComments", "C14N 1.1 with comments", false, true},
-};
 
 constexpr DigestAlgorithm kDigests[] = {
     {1, &g_xml_signature_algorithm_sha1, "Sha1", "SHA-1", 0x2000, 20},
@@ -37,52 +24,66 @@ constexpr DigestAlgorithm kDigests[] = {
 };
 
 using enum KeyFamily;
+using enum ValueForm;
+using enum C14nKind;
 
 constexpr SignatureAlgorithm kSignatures[] = {
-    {33, &g_xml_signature_algorithm_hmac_sha1, "", "HMAC-SHA1", 0x40000, hmac, 160, false},
-    {34, &g_xml_signature_algorithm_hmac_md5, "", "HMAC-MD5", 0x20000, hmac, 128, false},
-    {35, &g_xml_signature_algorithm_hmac_sha224, "", "HMAC-SHA224", 0x60000, hmac, 224, false},
-    {36, &g_xml_signature_algorithm_hmac_sha256, "", "HMAC-SHA256", 0x80000, hmac, 256, false},
-    {37, &g_xml_signature_algorithm_hmac_sha384, "", "HMAC-SHA384", 0xa0000, hmac, 384, false},
-    {38, &g_xml_signature_algorithm_hmac_sha512, "", "HMAC-SHA512", 0xc0000, hmac, 512, false},
-    {39, &g_xml_signature_algorithm_hmac_ripemd160, "", "HMAC-RIPEMD160", 0, hmac, 160, false},
-    {65, &g_xml_signature_algorithm_rsa_sha1, "Sha1WithRSA", "RSA-SHA1", 2, rsa, 0, true},
+    {33, &g_xml_signature_algorithm_hmac_sha1, "", "HMAC-SHA1", 0x40000, hmac, false, 160},
+    {34, &g_xml_signature_algorithm_hmac_md5, "", "HMAC-MD5", 0x20000, hmac, false, 128},
+    {35, &g_xml_signature_algorithm_hmac_sha224, "", "HMAC-SHA224", 0x60000, hmac, false, 224},
+    {36, &g_xml_signature_algorithm_hmac_sha256, "", "HMAC-SHA256", 0x80000, hmac, false, 256},
+    {37, &g_xml_signature_algorithm_hmac_sha384, "", "HMAC-SHA384", 0xa0000, hmac, false, 384},
+    {38, &g_xml_signature_algorithm_hmac_sha512, "", "HMAC-SHA512", 0xc0000, hmac, false, 512},
+    {39, &g_xml_signature_algorithm_hmac_ripemd160, "", "HMAC-RIPEMD160", 0, hmac, false, 160},
+    {65, &g_xml_signature_algorithm_rsa_sha1, "Sha1WithRSA", "RSA-SHA1", 2, rsa, true},
     // Deliberate: RSA-MD5 is verified, and a context refuses it; so it is for RIPEMD-160 and ESIGN,
     // which cannot even be verified.
-    {66, &g_xml_signature_algorithm_rsa_md5, "", "RSA-MD5", 1, rsa, 0, false},
-    // Deliberate: RSA-SHA224 has no identifier. Contexts and JSON accept it; writing SignedInfo fails.
-    {67, nullptr, "Sha224WithRSA", "RSA-SHA224", 0, rsa, 0, true},
-    {68, &g_xml_signature_algorithm_rsa_sha256, "Sha256WithRSA", "RSA-SHA256", 4, rsa, 0, true},
-    {69, &g_xml_signature_algorithm_rsa_sha384, "Sha384WithRSA", "RSA-SHA384", 5, rsa, 0, true},
-    {70, &g_xml_signature_algorithm_rsa_sha512, "Sha512WithRSA", "RSA-SHA512", 6, rsa, 0, true},
-    {71, &g_xml_signature_algorithm_rsa_ripemd160, "", "RSA-RIPEMD160", 0, rsa, 0, false},
-    {72, &g_xml_signature_algorithm_dsa_sha1, "DSAWithSha1", "DSA-SHA1", 13, dsa, 0, true},
-    {73, &g_xml_signature_algorithm_ecdsa_sha1, "ECDSAWithSha1", "ECDSA-SHA1", 16, ec, 0, true},
-    {74, &g_xml_signature_algorithm_ecdsa_sha224, "ECDSAWithSha224", "ECDSA-SHA224", 17, ec, 0, true},
-    {75, &g_xml_signature_algorithm_ecdsa_sha256, "ECDSAWithSha256", "ECDSA-SHA256", 18, ec, 0, true},
-    {76, &g_xml_signature_algorithm_ecdsa_sha384, "ECDSAWithSha384", "ECDSA-SHA384", 19, ec, 0, true},
-    {77, &g_xml_signature_algorithm_ecdsa_sha512, "ECDSAWithSha512", "ECDSA-SHA512", 20, ec, 0, true},
-    {78, &g_xml_signature_algorithm_esign_sha1, "", "ESIGN-SHA1", 0, none, 0, false},
-    {79, &g_xml_signature_algorithm_esign_sha224, "", "ESIGN-SHA224", 0, none, 0, false},
-    {80, &g_xml_signature_algorithm_esign_sha256, "", "ESIGN-SHA256", 0, none, 0, false},
-    {81, &g_xml_signature_algorithm_esign_sha384, "", "ESIGN-SHA384", 0, none, 0, false},
-    {82, &g_xml_signature_algorithm_esign_sha512, "", "ESIGN-SHA512", 0, none, 0, false},
-    {83, &g_talvo_xml_signature_algorithm_sm2_sm3, "Sm3WithSM2", "SM2-SM3", 25, ec, 0, true},
+    {66, &g_xml_signature_algorithm_rsa_md5, "", "RSA-MD5", 1, rsa, false},
+    // Deliberate: RSA-SHA224 has no identifier. Contexts and JSON accept it; writing SignedInfo
+    // fails.
+    {67, nullptr, "Sha224WithRSA", "RSA-SHA224", 0, rsa, true},
+    {68, &g_xml_signature_algorithm_rsa_sha256, "Sha256WithRSA", "RSA-SHA256", 4, rsa, true},
+    {69, &g_xml_signature_algorithm_rsa_sha384, "Sha384WithRSA", "RSA-SHA384", 5, rsa, true},
+    {70, &g_xml_signature_algorithm_rsa_sha512, "Sha512WithRSA", "RSA-SHA512", 6, rsa, true},
+    {71, &g_xml_signature_algorithm_rsa_ripemd160, "", "RSA-RIPEMD160", 0, rsa, false},
+    {72, &g_xml_signature_algorithm_dsa_sha1, "DSAWithSha1", "DSA-SHA1", 13, dsa, true, 0, halves},
+    {73, &g_xml_signature_algorithm_ecdsa_sha1, "ECDSAWithSha1", "ECDSA-SHA1", 16, ec, true, 0,
+     halves},
+    {74, &g_xml_signature_algorithm_ecdsa_sha224, "ECDSAWithSha224", "ECDSA-SHA224", 17, ec, true,
+     0, halves},
+    {75, &g_xml_signature_algorithm_ecdsa_sha256, "ECDSAWithSha256", "ECDSA-SHA256", 18, ec, true,
+     0, halves},
+    {76, &g_xml_signature_algorithm_ecdsa_sha384, "ECDSAWithSha384", "ECDSA-SHA384", 19, ec, true,
+     0, halves},
+    {77, &g_xml_signature_algorithm_ecdsa_sha512, "ECDSAWithSha512", "ECDSA-SHA512", 20, ec, true,
+     0, halves},
+    {78, &g_xml_signature_algorithm_esign_sha1, "", "ESIGN-SHA1", 0, none, false},
+    {79, &g_xml_signature_algorithm_esign_sha224, "", "ESIGN-SHA224", 0, none, false},
+    {80, &g_xml_signature_algorithm_esign_sha256, "", "ESIGN-SHA256", 0, none, false},
+    {81, &g_xml_signature_algorithm_esign_sha384, "", "ESIGN-SHA384", 0, none, false},
+    {82, &g_xml_signature_algorithm_esign_sha512, "", "ESIGN-SHA512", 0, none, false},
+    {83, &g_talvo_xml_signature_algorithm_sm2_sm3, "Sm3WithSM2", "SM2-SM3", 25, ec, true, 0,
+     halves},
 };
 
 constexpr TransformAlgorithm kTransforms[] = {
-    {1, &g_xml_signature_c14n_without_comments, "C14N", "C14N 1.0"},
-    {2, &g_xml_signature_c14n_with_comments, "C14NWithComments", "C14N 1.0 with comments"},
-    {3, &g_xml_signature_exc_c14n_without_comments, "ExcC14N", "Exclusive C14N"},
-    {4, &g_xml_signature_exc_c14n_with_comments, "ExcC14NWithComments", "Exclusive C14N with comments"},
-    {6, &g_xml_signature_c14nv1_1_without_comments, "C14N11", "C14N 1.1"},
-    {7, &g_xml_signature_c14nv1_1_with_comments, "C14N11WithComments", "C14N 1.1 with comments"},
-    {kTransformBase64, &g_xml_signature_base64, "Base64", "Base64"},
-    {kTransformXPath, &g_xml_signature_xpath, "XPath", "XPath filter"},
-    {kTransformEnveloped, &g_xml_signature_enveloped_signature, "EnvelopedSignature", "Enveloped signature"},
+    {1, &g_xml_signature_c14n_without_comments, "C14N", "C14N 1.0", inclusive, false},
+    {2, &g_xml_signature_c14n_with_comments, "C14NWithComments", "C14N 1.0 with comments",
+     inclusive, true},
+    {3, &g_xml_signature_exc_c14n_without_comments, "ExcC14N", "Exclusive C14N", exclusive, false},
+    {4, &g_xml_signature_exc_c14n_with_comments, "ExcC14NWithComments",
+     "Exclusive C14N with comments", exclusive, true},
+    // Deliberate: minimal canonicalisation is recognised when it is read, and refused everywhere
+    // else.
+    {5, &g_xml_signature_minimal_c14n, "", "Minimal C14N", minimal, false},
+    {6, &g_xml_signature_c14nv1_1_without_comments, "C14N11", "C14N 1.1", inclusive, false},
+    {7, &g_xml_signature_c14nv1_1_with_comments, "C14N11WithComments", "C14N 1.1 with comments",
+     inclusive, true},
+    {kTransformBase64, &g_xml_signature_base64, "Base64", "Base64", noC14n, false},
+    {kTransformXPath, &g_xml_signature_xpath, "XPath", "XPath filter", noC14n, false},
+    {kTransformEnveloped, &g_xml_signature_enveloped_signature, "EnvelopedSignature",
+     "Enveloped signature", noC14n, false},
 };
-
-// clang-format on
 
 struct CertOption {
   int32_t number;
@@ -127,18 +128,27 @@ auto findByJsonName(const Table &table, std::string_view name) noexcept {
   });
 }
 
+// One table for both: a row counts where it may stand.
+const TransformAlgorithm *ifC14n(const TransformAlgorithm *row) noexcept {
+  return row == nullptr || row->c14n == noC14n ? nullptr : row;
+}
+
+const TransformAlgorithm *ifTransform(const TransformAlgorithm *row) noexcept {
+  return row == nullptr || row->c14n == minimal ? nullptr : row;
+}
+
 }  // namespace
 
-const C14nAlgorithm *c14nByNumber(int32_t number) noexcept {
-  return findByNumber(kC14n, number);
+const TransformAlgorithm *c14nByNumber(int32_t number) noexcept {
+  return ifC14n(findByNumber(kTransforms, number));
 }
 
-const C14nAlgorithm *c14nByUri(const talvo_ustring *uri) noexcept {
-  return findByUri(kC14n, uri);
+const TransformAlgorithm *c14nByUri(const talvo_ustring *uri) noexcept {
+  return ifC14n(findByUri(kTransforms, uri));
 }
 
-const C14nAlgorithm *c14nByJsonName(std::string_view name) noexcept {
-  return findByJsonName(kC14n, name);
+const TransformAlgorithm *c14nByJsonName(std::string_view name) noexcept {
+  return ifC14n(findByJsonName(kTransforms, name));
 }
 
 const DigestAlgorithm *digestByNumber(int32_t number) noexcept {
@@ -165,16 +175,21 @@ const SignatureAlgorithm *signatureByJsonName(std::string_view name) noexcept {
   return findByJsonName(kSignatures, name);
 }
 
+const SignatureAlgorithm *signatureByCrypto(int32_t crypto) noexcept {
+  return findRow(kSignatures,
+                 [crypto](const auto &row) { return row.crypto == crypto && crypto != 0; });
+}
+
 const TransformAlgorithm *transformByNumber(int32_t number) noexcept {
-  return findByNumber(kTransforms, number);
+  return ifTransform(findByNumber(kTransforms, number));
 }
 
 const TransformAlgorithm *transformByUri(const talvo_ustring *uri) noexcept {
-  return findByUri(kTransforms, uri);
+  return ifTransform(findByUri(kTransforms, uri));
 }
 
 const TransformAlgorithm *transformByJsonName(std::string_view name) noexcept {
-  return findByJsonName(kTransforms, name);
+  return ifTransform(findByJsonName(kTransforms, name));
 }
 
 int32_t includeCertOptionByJsonName(std::string_view name) noexcept {

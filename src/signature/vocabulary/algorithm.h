@@ -18,13 +18,17 @@ constexpr int32_t kUnknownAlgorithm = -1;
 
 enum class KeyFamily : int32_t { none = 0, rsa = 1, dsa = 2, ec = 4, hmac = 100 };
 
-struct C14nAlgorithm {
-  int32_t number;
-  VocabularySlot uri;
-  std::string_view jsonName;
-  const char *name;
-  bool exclusive;
-  bool withComments;
+// The form of a signature value.
+enum class ValueForm : uint8_t {
+  octets,  // as the cryptographic library has it
+  halves   // r || s, where the cryptographic library has a DER pair
+};
+
+enum class C14nKind : uint8_t {
+  noC14n,
+  inclusive,
+  exclusive,  // takes a prefix list
+  minimal     // known by its identifier only, and no transform
 };
 
 struct DigestAlgorithm {
@@ -43,15 +47,19 @@ struct SignatureAlgorithm {
   const char *name;
   int32_t crypto;  // signature or MAC number of the cryptographic library; 0 for none
   KeyFamily family;
-  int32_t hmacBits;  // full output in bits; 0 for other families
-  bool inContext;    // may stand in a SignedInfoCtx
+  bool inContext;        // may stand in a SignedInfoCtx
+  int32_t hmacBits = 0;  // full output in bits; 0 for other families
+  ValueForm form = ValueForm::octets;
 };
 
+// Canonicalisation methods are transforms too, under the same number.
 struct TransformAlgorithm {
   int32_t number;
   VocabularySlot uri;
   std::string_view jsonName;
   const char *name;
+  C14nKind c14n;
+  bool withComments;  // canonicalisation keeps them
 };
 
 constexpr int32_t kTransformBase64 = 16;
@@ -60,15 +68,17 @@ constexpr int32_t kTransformEnveloped = 48;
 
 // Null when there is no such row. Identifiers are compared exactly, JSON names without regard to
 // ASCII case.
-const C14nAlgorithm *c14nByNumber(int32_t number) noexcept;
-const C14nAlgorithm *c14nByUri(const talvo_ustring *uri) noexcept;
-const C14nAlgorithm *c14nByJsonName(std::string_view name) noexcept;
+const TransformAlgorithm *c14nByNumber(int32_t number) noexcept;
+const TransformAlgorithm *c14nByUri(const talvo_ustring *uri) noexcept;
+const TransformAlgorithm *c14nByJsonName(std::string_view name) noexcept;
 const DigestAlgorithm *digestByNumber(int32_t number) noexcept;
 const DigestAlgorithm *digestByUri(const talvo_ustring *uri) noexcept;
 const DigestAlgorithm *digestByJsonName(std::string_view name) noexcept;
 const SignatureAlgorithm *signatureByNumber(int32_t number) noexcept;
 const SignatureAlgorithm *signatureByUri(const talvo_ustring *uri) noexcept;
 const SignatureAlgorithm *signatureByJsonName(std::string_view name) noexcept;
+// By the number of the cryptographic library, which only one method has.
+const SignatureAlgorithm *signatureByCrypto(int32_t crypto) noexcept;
 const TransformAlgorithm *transformByNumber(int32_t number) noexcept;
 const TransformAlgorithm *transformByUri(const talvo_ustring *uri) noexcept;
 const TransformAlgorithm *transformByJsonName(std::string_view name) noexcept;
@@ -84,13 +94,14 @@ int32_t numberOf(const Row *row) noexcept {
   return row == nullptr ? kUnknownAlgorithm : row->number;
 }
 
-// Minimal canonicalisation is known by its identifier only.
 inline bool canCanonicalize(int32_t c14nMethod) noexcept {
-  return c14nByNumber(c14nMethod) != nullptr && transformByNumber(c14nMethod) != nullptr;
+  const TransformAlgorithm *row = c14nByNumber(c14nMethod);
+  return row != nullptr && row->c14n != C14nKind::minimal;
 }
 
 inline bool isExclusive(int32_t c14nOrTransform) noexcept {
-  return c14nOrTransform == 3 || c14nOrTransform == 4;
+  const TransformAlgorithm *row = transformByNumber(c14nOrTransform);
+  return row != nullptr && row->c14n == C14nKind::exclusive;
 }
 
 }  // namespace talvo
