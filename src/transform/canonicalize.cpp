@@ -188,12 +188,12 @@ bool isFitFor(Way way, const PlainSelection &plain, const XmlDoc *document,
               bool isInclusive) noexcept {
   if (way == Way::alone) {
     const bool hidesRest = native(plain.apex)->parent->type == XML_ELEMENT_NODE;
-    return (!hidesRest || FitnessScope::isCanonical(document)) &&
+    return (!hidesRest || isCanonical(document)) &&
            (plain.removed == nullptr || isCanonicalBelow(plain.removed)) &&
            (!isInclusive || isAffordableBelow(plain.apex));
   }
   if (isInclusive) {
-    return FitnessScope::isAffordable(document);
+    return isAffordable(document);
   }
   return way == Way::callback || plain.removed == nullptr || isCanonicalBelow(plain.removed);
 }
@@ -233,7 +233,7 @@ bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **pr
   const bool isDone = way == Way::whole ? execute(sink, nativeDoc(document), nullptr, settings)
                                         : executeOver(sink, nodes, settings);
   if (isDone) {
-    FitnessScope::noteCanonical(document);
+    noteCanonical(document);
   }
   return isDone;
 }

@@ -2,8 +2,11 @@
 // their number is what inclusive canonicalisation costs.
 #include "transform/fitness.h"
 
+#include <optional>
+
 #include <libxml/uri.h>
 
+#include "xml/document_state.h"
 #include "xml/native.h"
 #include "xml/node.h"
 
@@ -14,6 +17,11 @@ namespace {
 // their number. Beyond this many steps, and this many for each element, a document is refused.
 constexpr uint64_t kMostSteps = 2'000'000'000;
 constexpr uint64_t kMostStepsPerElement = 20'000;
+
+struct Fitness {
+  bool isCanonical;
+  bool isAffordable;
+};
 
 // Walks a document once.
 class Inspection {
@@ -96,31 +104,25 @@ bool Inspection::walkBelow(const xmlNode *top) noexcept {
   return true;
 }
 
-thread_local FitnessScope *currentScope = nullptr;
-
-// The document that was found canonical last. Callers who verify in single steps have no scope, and
-// would pay for a look at the whole document with each signature and each reference.
-struct Inspected {
-  const XmlDoc *document;
-  uint64_t edits;
-  bool isAffordable;
-};
-thread_local constinit Inspected t_inspected = {nullptr, 0, false};
-
-// What speaks against a document is not remembered: it can be a want of memory.
-bool inspectDocument(const XmlDoc *document, bool &isAffordable) noexcept {
-  const uint64_t edits = editCount();
-  if (document != nullptr && t_inspected.document == document && t_inspected.edits == edits) {
-    isAffordable = t_inspected.isAffordable;
-    return true;
-  }
+// Looks at a document and remembers what it found, unless it was libxml2's want of memory.
+Fitness inspect(const XmlDoc *document, DocumentState *state) noexcept {
+  const MemoryWatch watch;
   Inspection inspection;
   const bool isCanonical = inspection.walkBelow(native(document));
-  isAffordable = isCanonical && inspection.isAffordable();
-  if (isCanonical) {
-    t_inspected = {document, edits, isAffordable};
+  const Fitness found = {isCanonical, isCanonical && inspection.isAffordable()};
+  if (state != nullptr && !watch.exhausted()) {
+    state->remember(Finding::isCanonical, found.isCanonical);
+    state->remember(Finding::isAffordable, found.isAffordable);
   }
-  return isCanonical;
+  return found;
+}
+
+// Callers who verify in single steps would pay for a look at the whole document with each signature and
+// each reference.
+bool holds(const XmlDoc *document, Finding finding, bool Fitness::*answer) noexcept {
+  DocumentState *state = stateOf(document);
+  const std::optional<bool> known = state == nullptr ? std::nullopt : state->recall(finding);
+  return known.has_value() ? *known : inspect(document, state).*answer;
 }
 
 }  // namespace
@@ -140,69 +142,17 @@ bool isAffordableBelow(const XmlNode *element) noexcept {
          inspection.isAffordable();
 }
 
-FitnessScope::FitnessScope(const XmlDoc *document, Look look) noexcept
-    : document_(document), look_(look), isOutermost_(currentScope == nullptr) {
-  if (isOutermost_) {
-    currentScope = this;
-  }
+bool isCanonical(const XmlDoc *document) noexcept {
+  return holds(document, Finding::isCanonical, &Fitness::isCanonical);
 }
 
-FitnessScope::~FitnessScope() {
-  if (isOutermost_) {
-    currentScope = nullptr;
-  }
+bool isAffordable(const XmlDoc *document) noexcept {
+  return holds(document, Finding::isAffordable, &Fitness::isAffordable);
 }
 
-FitnessScope *FitnessScope::of(const XmlDoc *document) noexcept {
-  return currentScope != nullptr && currentScope->document_ == document ? currentScope : nullptr;
-}
-
-void FitnessScope::inspect() noexcept {
-  bool isAffordable = false;
-  isCanonical_ = inspectDocument(document_, isAffordable);
-  isAffordable_ = isAffordable;
-}
-
-bool FitnessScope::holds() noexcept {
-  if (isPutOff_ && !isCanonical_) {
-    inspect();
-  }
-  return isCanonical_.value_or(true);
-}
-
-bool FitnessScope::isCanonical(const XmlDoc *document) noexcept {
-  FitnessScope *scope = of(document);
-  if (scope == nullptr) {
-    bool isAffordable = false;
-    return inspectDocument(document, isAffordable);
-  }
-  if (!scope->isCanonical_ && scope->look_ == Look::later) {
-    scope->isPutOff_ = true;
-    return true;
-  }
-  if (!scope->isCanonical_) {
-    scope->inspect();
-  }
-  return *scope->isCanonical_;
-}
-
-bool FitnessScope::isAffordable(const XmlDoc *document) noexcept {
-  FitnessScope *scope = of(document);
-  if (scope == nullptr) {
-    FitnessScope once(document);
-    once.inspect();
-    return *once.isAffordable_;
-  }
-  if (!scope->isAffordable_) {
-    scope->inspect();
-  }
-  return *scope->isAffordable_;
-}
-
-void FitnessScope::noteCanonical(const XmlDoc *document) noexcept {
-  FitnessScope *scope = of(document);
-  if (scope != nullptr) {
-    scope->isCanonical_ = true;
+void noteCanonical(const XmlDoc *document) noexcept {
+  if (DocumentState *state = stateOf(document); state != nullptr) {
+    state->remember(Finding::isCanonical, true);
   }
 }
 

@@ -1,5 +1,6 @@
 // Making nodes: for callers, who get them registered, and for generators, who get them as OwnedNode.
 #include "base/utf8.h"
+#include "xml/document.h"
 #include "xml/edit.h"
 #include "xml/namespace_binding.h"
 #include "xml/native.h"
@@ -31,18 +32,11 @@ OwnedNode whole(const MemoryWatch &watch, xmlNode *made) noexcept {
   return watch.exhausted() ? nullptr : std::move(node);
 }
 
-XmlNode *registerDoc(NativeDoc doc) noexcept {
-  if (!doc || !track(handleOf(doc.get()), Tracking::registered, nullptr)) {
-    return nullptr;
-  }
-  return handleOf(doc.release());  // the caller owns it now
-}
-
 xmlAttr *newAttribute(xmlNode *element, xmlNs *ns, const xmlChar *name,
                       const xmlChar *value) noexcept {
-  noteEdit();
   const MemoryWatch watch;
   const AtHome home(element);
+  noteEdit(element);
   xmlAttr *attribute =
       ns == nullptr ? xmlNewProp(element, name, value) : xmlNewNsProp(element, ns, name, value);
   if (attribute != nullptr && watch.exhausted()) {
@@ -137,7 +131,8 @@ XmlDoc *talvo_xml_doc_new(uint32_t version) noexcept {
   if (version > 1) {
     return nullptr;
   }
-  return registerDoc(NativeDoc(xmlNewDoc(xmlText(version == 0 ? "1.0" : "1.1"))));
+  const MemoryWatch watch;
+  return handOutDocument(watch, NativeDoc(xmlNewDoc(xmlText(version == 0 ? "1.0" : "1.1"))), 0);
 }
 
 XmlNode *talvo_xml_node_newelem(const XmlNode *ns, const talvo_ustring *name) noexcept {
@@ -171,7 +166,7 @@ XmlNode *talvo_xml_node_newns(XmlNode *element, const talvo_ustring *uri,
   if (kindOf(element) != NodeKind::element || !isUsable(uri) || !isUsable(prefix)) {
     return nullptr;
   }
-  noteEdit();
+  noteEdit(native(element));
   return handleOf(xmlNewNs(native(element), textOf(uri), textOf(prefix)));
 }
 
@@ -203,10 +198,9 @@ XmlNode *talvo_xml_node_dup(const XmlNode *node) noexcept {
   switch (kindOf(node)) {
     case NodeKind::unsupported:
       return nullptr;
-    case NodeKind::document: {
-      NativeDoc copy(xmlCopyDoc(nativeDoc(node), 1));
-      return watch.exhausted() ? nullptr : registerDoc(std::move(copy));
-    }
+    case NodeKind::document:
+      return handOutDocument(watch, NativeDoc(xmlCopyDoc(nativeDoc(node), 1)),
+                             stateOf(node)->parseFlags());
     case NodeKind::attribute:
     case NodeKind::namespaceDeclaration:
       return keepDetached(watch, xmlCopyNode(native(node), 1));

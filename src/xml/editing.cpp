@@ -88,7 +88,6 @@ bool parseValue(xmlDoc *doc, const Utf8 &value, OwnedNode *nodes) noexcept {
 }
 
 void replaceChildren(xmlNode *parent, OwnedNode nodes) noexcept {
-  noteEdit();
   while (parent->children != nullptr) {
     freeTree(parent->children);
   }
@@ -102,6 +101,7 @@ void replaceChildren(xmlNode *parent, OwnedNode nodes) noexcept {
 
 // An ID keeps its place in the table under its new value, unless that is taken or empty.
 void replaceAttributeValue(xmlNode *attribute, OwnedNode nodes) noexcept {
+  noteEdit(attribute);
   const bool wasId = isId(attribute);
   {
     IdRemoval removal;
@@ -254,7 +254,7 @@ int32_t talvo_xml_node_setns(XmlNode *node, const XmlNode *ns) noexcept {
       (kind != NodeKind::element && kind != NodeKind::attribute)) {
     return 0;
   }
-  noteEdit();
+  noteEdit(native(node));
   native(node)->ns = nativeNs(ns);
   return 1;
 }

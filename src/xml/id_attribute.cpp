@@ -1,5 +1,7 @@
 // IDs: a document's table answers which attribute holds a value. What the table remembers of a part
 // that was taken out of the document is no answer: a reference to it would lead to nothing.
+#include "xml/id_attribute.h"
+
 #include "base/utf8.h"
 #include "xml/id_table.h"
 #include "xml/node.h"
@@ -20,6 +22,34 @@ xmlAttr *lookUp(const XmlDoc *doc, const talvo_ustring *id) noexcept {
 }
 
 }  // namespace
+
+IdDeclaration declareId(XmlDoc *doc, XmlNode *attribute) noexcept {
+  if (kindOf(doc) != NodeKind::document || kindOf(attribute) != NodeKind::attribute) {
+    return IdDeclaration::refused;
+  }
+  const UString value(talvo_xml_node_getvalue(attribute));
+  if (!value) {
+    return IdDeclaration::outOfMemory;
+  }
+  if (lookUp(doc, value.get()) != nullptr) {
+    return IdDeclaration::done;
+  }
+  // The table keeps a pointer to the attribute, so the attribute must lead back to the document.
+  if (homeOf(native(attribute)) == nullptr && talvo_xml_node_setdoc(attribute, doc) != 1) {
+    return IdDeclaration::outOfMemory;
+  }
+  const AtHome home(native(attribute));
+  if (native(attribute)->doc != nativeDoc(doc)) {
+    return IdDeclaration::refused;
+  }
+  const MemoryWatch watch;
+  const xmlChar *text = xmlText(Utf8(value.get()).get());
+  if (xmlAddID(nullptr, nativeDoc(doc), text, nativeAttr(attribute)) != nullptr) {
+    return IdDeclaration::done;
+  }
+  return watch.exhausted() ? IdDeclaration::outOfMemory : IdDeclaration::refused;
+}
+
 }  // namespace talvo
 
 using namespace talvo;
@@ -34,24 +64,5 @@ XmlNode *talvo_xml_getidelemnode(const XmlDoc *doc, const talvo_ustring *id) noe
 }
 
 int32_t talvo_xml_node_setidattr(XmlDoc *doc, XmlNode *attr) noexcept {
-  if (kindOf(doc) != NodeKind::document || kindOf(attr) != NodeKind::attribute) {
-    return 0;
-  }
-  const UString value(talvo_xml_node_getvalue(attr));
-  if (!value || lookUp(doc, value.get()) != nullptr) {
-    return value ? 1 : 0;
-  }
-  // The table keeps a pointer to the attribute, so the attribute must lead back to the document.
-  if (homeOf(native(attr)) == nullptr && talvo_xml_node_setdoc(attr, doc) != 1) {
-    return 0;
-  }
-  const AtHome home(native(attr));
-  if (native(attr)->doc != nativeDoc(doc)) {
-    return 0;
-  }
-  const MemoryWatch watch;
-  return xmlAddID(nullptr, nativeDoc(doc), xmlText(Utf8(value.get()).get()), nativeAttr(attr)) !=
-                 nullptr
-             ? 1
-             : 0;
+  return declareId(doc, attr) == IdDeclaration::done ? 1 : 0;
 }

@@ -92,6 +92,7 @@ xmlNs *declareOn(xmlNode *element, const xmlNs *wanted) noexcept {
       return ns;
     }
   }
+  noteEdit(element);
   return xmlNewNs(element, wanted->href, wanted->prefix);
 }
 

@@ -76,7 +76,6 @@ using ParserContext = Handle<xmlParserCtxt, xmlFreeParserCtxt>;
 using XPathContext = Handle<xmlXPathContext, xmlXPathFreeContext>;
 using XPathObject = Handle<xmlXPathObject, xmlXPathFreeObject>;
 using XPathExpression = Handle<xmlXPathCompExpr, xmlXPathFreeCompExpr>;
-using NativeDoc = Handle<xmlDoc, xmlFreeDoc>;
 
 // Gives what libxml2 reports to the MemoryWatch that is its context.
 extern "C" void noteLibxmlError(void *watch, xmlError *error) noexcept;

@@ -45,9 +45,6 @@ XmlNode *lastChild(const XmlNode *node) noexcept;
 XmlNode *followingNode(const XmlNode *node) noexcept;
 XmlNode *precedingNode(const XmlNode *node) noexcept;
 
-// Counts the edits of all documents: what was found out about one still holds while the count stays.
-uint64_t editCount() noexcept;
-
 // Whether `node` is `ancestor` or lies anywhere below it.
 bool isAtOrBelow(const XmlNode *node, const XmlNode *ancestor) noexcept;
 // Whether `node` is reached from its document, and not left over from an edit.

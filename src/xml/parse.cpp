@@ -6,8 +6,8 @@
 
 #include "talvo_xml.h"
 
+#include "xml/document.h"
 #include "xml/native.h"
-#include "xml/registry.h"
 
 using namespace talvo;
 
@@ -54,13 +54,6 @@ void forbidExternals(xmlSAXHandler *handler) noexcept {
   handler->getParameterEntity = skipExternalParameterEntity;
 }
 
-XmlDoc *registerWhole(const MemoryWatch &watch, NativeDoc doc) noexcept {
-  if (!doc || watch.exhausted() || !track(handleOf(doc.get()), Tracking::registered, nullptr)) {
-    return nullptr;
-  }
-  return handleOf(doc.release());  // the caller owns it now
-}
-
 }  // namespace
 
 XmlDoc *talvo_xml_parse(const void *buffer, int64_t size) noexcept {
@@ -81,9 +74,11 @@ XmlDoc *talvo_xml_parse_ex(const void *buffer, int64_t size, uint32_t flags) noe
     forbidExternals(context->sax);
   }
   const int options = (flags & kNoNetwork) != 0 ? kOptions | XML_PARSE_NONET : kOptions;
-  return registerWhole(
-      watch, NativeDoc(xmlCtxtReadMemory(context.get(), static_cast<const char *>(buffer),
-                                         static_cast<int>(size), nullptr, nullptr, options)));
+  return handOutDocument(
+      watch,
+      NativeDoc(xmlCtxtReadMemory(context.get(), static_cast<const char *>(buffer),
+                                  static_cast<int>(size), nullptr, nullptr, options)),
+      flags);
 }
 
 XmlDoc *talvo_xml_parsefile(const char *path) noexcept {
@@ -92,5 +87,5 @@ XmlDoc *talvo_xml_parsefile(const char *path) noexcept {
     return nullptr;
   }
   const MemoryWatch watch;
-  return registerWhole(watch, NativeDoc(xmlReadFile(path, nullptr, kOptions)));
+  return handOutDocument(watch, NativeDoc(xmlReadFile(path, nullptr, kOptions)), 0);
 }

@@ -2,6 +2,7 @@
 // reads its document.
 #include "xml/registry.h"
 
+#include "xml/document.h"
 #include "xml/node.h"
 #include "xml/tree.h"
 
@@ -14,23 +15,26 @@ namespace {
 
 constexpr char kSource[] = "TALVO_XML";
 
-// Documents count the entries that point at them, so that freeing one looks for them only when there
-// are any.
-void setOrigin(TrackedNode *entry, XmlDoc *origin) noexcept {
-  NodeTable &table = g_nodeList->table;
-  if (TrackedNode *before = table.find(entry->origin); before != nullptr) {
-    --before->dependents;
+// Adds an entry to what is counted, or takes it out. Documents count the entries that point at them, so
+// that freeing one looks for them only when there are any, and know of those that lie in other trees.
+void count(const TrackedNode &entry, int32_t more) noexcept {
+  if (TrackedNode *origin = g_nodeList->table.find(entry.origin); origin != nullptr) {
+    origin->dependents += static_cast<uint32_t>(more);
   }
-  entry->origin = origin;
-  if (TrackedNode *now = table.find(origin); now != nullptr) {
-    ++now->dependents;
+  if (entry.tracking != Tracking::rehomed) {
+    return;
+  }
+  g_nodeList->rehomed += more;
+  if (DocumentState *state = stateOf(entry.origin); state != nullptr) {
+    state->countStray(more);
   }
 }
 
-void setTracking(TrackedNode *entry, Tracking tracking) noexcept {
-  g_nodeList->rehomed += static_cast<int32_t>(tracking == Tracking::rehomed) -
-                         static_cast<int32_t>(entry->tracking == Tracking::rehomed);
+void change(TrackedNode *entry, Tracking tracking, XmlDoc *origin) noexcept {
+  count(*entry, -1);
   entry->tracking = tracking;
+  entry->origin = origin;
+  count(*entry, 1);
 }
 
 xmlNs *carriedBy(const TrackedNode &entry) noexcept {
@@ -39,8 +43,7 @@ xmlNs *carriedBy(const TrackedNode &entry) noexcept {
 
 void removeEntry(TrackedNode *entry) noexcept {
   const CarriedNamespaces carried(carriedBy(*entry));
-  setOrigin(entry, nullptr);
-  setTracking(entry, Tracking::detached);
+  change(entry, Tracking::detached, nullptr);
   g_nodeList->table.remove(entry);
 }
 
@@ -67,7 +70,7 @@ void freeEntries() noexcept {
   }
   for (TrackedNode &entry : g_nodeList->table.places()) {
     if (entry.node != nullptr) {
-      xmlFreeDoc(nativeDoc(entry.node));
+      destroyDocument(nativeDoc(entry.node));
     }
   }
 }
@@ -81,7 +84,7 @@ void settle(TrackedNode *entry) noexcept {
   if (entry->tracking == Tracking::rehomed) {
     removeEntry(entry);
   } else {
-    setOrigin(entry, nullptr);
+    change(entry, entry->tracking, nullptr);
   }
 }
 
@@ -89,7 +92,7 @@ void settle(TrackedNode *entry) noexcept {
 void unregisterSibling(const XmlNode *node) noexcept {
   TrackedNode *entry = g_nodeList->table.find(node);
   if (entry != nullptr && entry->tracking == Tracking::registered) {
-    setTracking(entry, Tracking::detached);
+    change(entry, Tracking::detached, entry->origin);
   }
 }
 
@@ -117,7 +120,6 @@ bool createRegistry() noexcept {
 }
 
 void destroyRegistry() noexcept {
-  noteEdit();
   if (g_nodeList != nullptr) {
     freeEntries();
     destroy(g_nodeList);
@@ -160,8 +162,7 @@ bool track(XmlNode *node, Tracking tracking, XmlDoc *origin) noexcept {
     }
     entry = g_nodeList->table.add(node, Tracking::detached);
   }
-  setTracking(entry, tracking);
-  setOrigin(entry, origin);
+  change(entry, tracking, origin);
   return true;
 }
 
@@ -243,7 +244,7 @@ int32_t AddNodeInNodeList(XmlNode *node) noexcept {
     return 0;
   }
   if (TrackedNode *entry = g_nodeList->table.find(node); entry != nullptr) {
-    setTracking(entry, Tracking::registered);
+    change(entry, Tracking::registered, entry->origin);
     return 1;
   }
   XmlDoc *doc = kindOf(node) == NodeKind::document ? nullptr : talvo_xml_node_getdoc(node);

@@ -2,18 +2,15 @@
 // stack.
 #include "xml/tree.h"
 
-#include <atomic>
-
 #include <libxml/dict.h>
 
+#include "xml/document.h"
 #include "xml/id_table.h"
 #include "xml/namespace_binding.h"
 #include "xml/registry.h"
 
 namespace talvo {
 namespace {
-
-std::atomic<uint64_t> g_edits{0};
 
 // Below an entity reference lies the declaration, which belongs to the document type.
 bool hasOwnChildren(const xmlNode *node) noexcept {
@@ -24,6 +21,13 @@ bool hasOwnChildren(const xmlNode *node) noexcept {
 bool hasContent(const xmlNode *node) noexcept {
   return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE ||
          node->type == XML_COMMENT_NODE || node->type == XML_PI_NODE;
+}
+
+const xmlNode *topOf(const xmlNode *node) noexcept {
+  while (node->parent != nullptr) {
+    node = node->parent;
+  }
+  return node;
 }
 
 // Texts and comments share a static name.
@@ -84,12 +88,19 @@ void prepareToDie(xmlNode *top, xmlDoc *home) noexcept {
 
 }  // namespace
 
-void noteEdit() noexcept {
-  g_edits.fetch_add(1, std::memory_order_relaxed);
-}
-
-uint64_t editCount() noexcept {
-  return g_edits.load(std::memory_order_relaxed);
+void noteEdit(const xmlNode *node) noexcept {
+  DocumentState *state = hasContent(node) ? nullptr : stateOf(handleOf(node->doc));
+  if (state == nullptr) {
+    return;
+  }
+  state->noteEdit();
+  if (!state->hasStrays()) {
+    return;
+  }
+  // The node may lie in the tree of another document than it points at.
+  if (DocumentState *around = stateOf(handleOf(topOf(node)->doc)); around != nullptr) {
+    around->noteEdit();
+  }
 }
 
 xmlNode *nextInTree(const xmlNode *node, const xmlNode *top) noexcept {
@@ -118,7 +129,7 @@ AtHome::~AtHome() {
 }
 
 void cut(xmlNode *node) noexcept {
-  noteEdit();
+  noteEdit(node);
   xmlNode *parent = node->parent;
   if (parent != nullptr && node->type == XML_ATTRIBUTE_NODE) {
     if (asNode(parent->properties) == node) {
@@ -142,10 +153,10 @@ void cut(xmlNode *node) noexcept {
 }
 
 void splice(xmlNode *node, const Place &place) noexcept {
-  noteEdit();
   xmlNode *ref = place.ref;
   xmlNode *parent = place.parent();
   node->parent = parent;
+  noteEdit(node);
   switch (place.where) {
     case Where::lastChild:
       node->prev = ref->last;
@@ -197,12 +208,12 @@ bool prepareToDetach(xmlNode *node) noexcept {
 }
 
 void finishMove(xmlNode *top, xmlDoc *to) noexcept {
-  noteEdit();
   xmlDoc *from = homeOf(top);
   top->doc = from;
   if (from == to) {
     return;
   }
+  noteEdit(top);
   const bool rehomed = anyRehomed();
   IdRemoval ids;
   forEachNode(top, [&ids, top, to, rehomed](xmlNode *node) {
@@ -223,9 +234,9 @@ void finishMove(xmlNode *top, xmlDoc *to) noexcept {
 }
 
 void freeTree(xmlNode *top) noexcept {
-  noteEdit();
   xmlDoc *home = homeOf(top);
   top->doc = home;
+  noteEdit(top);
   prepareToDie(top, home);
   cut(top);
   untrack(handleOf(top));
@@ -233,11 +244,10 @@ void freeTree(xmlNode *top) noexcept {
 }
 
 void freeDocument(xmlDoc *doc) noexcept {
-  noteEdit();
   if (anyRehomed()) {
     prepareToDie(asNode(doc), doc);
   }
-  xmlFreeDoc(doc);
+  destroyDocument(doc);
 }
 
 void severForRelease(xmlNode *top, xmlDoc *doc) noexcept {

@@ -9,9 +9,9 @@
 
 namespace talvo {
 
-// To be called by whatever changes the structure, the names or the attributes of a document, see
-// editCount.
-void noteEdit() noexcept;
+// To be called by whatever changes the structure, the names or the attributes at a node, while it stands
+// where that shows: before it leaves a document, after it came into one. See DocumentState::edits.
+void noteEdit(const xmlNode *node) noexcept;
 
 // The node after `node` in document order within the tree of `top`; null at the end. What an entity
 // reference refers to is no part of the tree.

@@ -1,6 +1,7 @@
 // Declares Id attributes as IDs, so that same-document references find them. Only attributes inside
 // signatures are ever declared by themselves: an Id elsewhere must come from a DTD, from xml:id or
 // from the application.
+#include <optional>
 #include <string_view>
 
 #include "talvo_xml.h"
@@ -9,6 +10,8 @@
 #include "base/utf8.h"
 #include "signature/record/record.h"
 #include "signature/vocabulary/vocabulary.h"
+#include "xml/document_state.h"
+#include "xml/id_attribute.h"
 #include "xml/node.h"
 
 namespace talvo {
@@ -39,76 +42,75 @@ XmlNode *findAttribute(const XmlNode *element, std::string_view name) noexcept {
   return attribute;
 }
 
-bool declareId(XmlDoc *doc, const XmlNode *node, std::string_view name) noexcept {
-  XmlNode *attribute = findAttribute(node, name);
-  return attribute == nullptr || talvo_xml_node_setidattr(doc, attribute) == 1;
+// `done` also without such an attribute.
+IdDeclaration declareIdOf(XmlDoc *doc, const XmlNode *element, std::string_view name) noexcept {
+  XmlNode *attribute = findAttribute(element, name);
+  return attribute == nullptr ? IdDeclaration::done : declareId(doc, attribute);
 }
 
-bool declareIdsWithin(XmlDoc *doc, XmlNode *top, std::string_view name) noexcept {
-  for (XmlNode *node = top; node != nullptr; node = nextWithin(node, top)) {
-    if (!declareId(doc, node, name)) {
-      return false;
-    }
+IdDeclaration declareIdsWithin(XmlDoc *doc, XmlNode *top, std::string_view name) noexcept {
+  IdDeclaration result = IdDeclaration::done;
+  for (XmlNode *node = top; node != nullptr && result == IdDeclaration::done;
+       node = nextWithin(node, top)) {
+    result = declareIdOf(doc, node, name);
   }
-  return true;
+  return result;
 }
 
-// A signature inside a signature is covered by the walk over the outer one.
-bool declareIdsOfSignatures(XmlDoc *doc, XmlNode *root) noexcept {
-  bool found = false;
+// `refused` also without any signature. A signature inside a signature is covered by the walk over the
+// outer one.
+IdDeclaration declareIdsOfSignatures(XmlDoc *doc) noexcept {
+  IdDeclaration result = IdDeclaration::refused;
+  XmlNode *root = talvo_xml_doc_getrootelement(doc);
   for (XmlNode *node = root; node != nullptr;) {
     if (!isElement(node, g_xml_signature_name, g_xml_signature_nsuri)) {
       node = nextWithin(node, root);
       continue;
     }
-    found = true;
-    if (!declareIdsWithin(doc, node, viewOf(g_xml_signature_id))) {
-      return false;
+    result = declareIdsWithin(doc, node, viewOf(g_xml_signature_id));
+    if (result != IdDeclaration::done) {
+      return result;
     }
     node = nextBehind(node, root);
   }
-  return found;
+  return result;
 }
 
-// The document whose signatures were declared last, and whether all could be. Doing it once more
-// changes nothing while no document is edited, and would make the work over many signatures or
-// references, each of which asks for it, grow with the square of their number.
-struct Declared {
-  const XmlDoc *doc;
-  uint64_t edits;
-  bool all;
-};
-thread_local constinit Declared t_declared = {nullptr, 0, false};
-
-bool declareIdsOfSignaturesOnce(XmlDoc *doc) noexcept {
-  const uint64_t edits = editCount();
-  const int64_t refusals = talvo_memory_getrefusals();
-  if (t_declared.doc != doc || t_declared.edits != edits) {
-    const bool all = declareIdsOfSignatures(doc, talvo_xml_doc_getrootelement(doc));
-    const bool lackedMemory = talvo_memory_getrefusals() != refusals;
-    t_declared = {lackedMemory ? nullptr : doc, edits, all};
-    return all;
+// Doing it once more changes nothing while the document is not edited, and would make the work over many
+// signatures or references, each of which asks for it, grow with the square of their number.
+bool areIdsDeclared(XmlDoc *doc) noexcept {
+  DocumentState *state = stateOf(doc);
+  if (state == nullptr) {
+    return false;
   }
-  return doc != nullptr && t_declared.all;
+  if (const std::optional<bool> known = state->recall(Finding::areIdsDeclared)) {
+    return *known;
+  }
+  const IdDeclaration result = declareIdsOfSignatures(doc);
+  if (result != IdDeclaration::outOfMemory) {
+    state->remember(Finding::areIdsDeclared, result == IdDeclaration::done);
+  }
+  return result == IdDeclaration::done;
 }
 
 bool declareIdsOfRecord(const Signature &signature) noexcept {
-  const std::string_view name = viewOf(g_xml_signature_id);
-  XmlDoc *doc = signature.document;
-  if (!declareId(doc, signature.element, name) ||
-      !declareId(doc, signature.signedInfo->element, name)) {
+  const auto declare = [&signature](const XmlNode *element) {
+    return declareIdOf(signature.document, element, viewOf(g_xml_signature_id)) ==
+           IdDeclaration::done;
+  };
+  if (!declare(signature.element) || !declare(signature.signedInfo->element)) {
     return false;
   }
   for (const Reference *reference : items<Reference>(signature.signedInfo->references)) {
-    if (!declareId(doc, reference->element, name)) {
+    if (!declare(reference->element)) {
       return false;
     }
   }
-  if (!declareId(doc, signature.signatureValue->element, name)) {
+  if (!declare(signature.signatureValue->element)) {
     return false;
   }
   for (const Object *object : items<Object>(signature.objects)) {
-    if (!declareId(doc, object->element, name)) {
+    if (!declare(object->element)) {
       return false;
     }
   }
@@ -121,7 +123,7 @@ bool declareIdsOfRecord(const Signature &signature) noexcept {
 using namespace talvo;
 
 int32_t talvo_xml_signature_setid(XmlDoc *doc) noexcept {
-  return declareIdsOfSignaturesOnce(doc) ? 1 : 0;
+  return areIdsDeclared(doc) ? 1 : 0;
 }
 
 int32_t talvo_xml_node_setsubtreeidattr(XmlDoc *doc, XmlNode *node,
@@ -129,7 +131,7 @@ int32_t talvo_xml_node_setsubtreeidattr(XmlDoc *doc, XmlNode *node,
   if (doc == nullptr || node == nullptr || name == nullptr) {
     return 0;
   }
-  return declareIdsWithin(doc, node, viewOf(name)) ? 1 : 0;
+  return declareIdsWithin(doc, node, viewOf(name)) == IdDeclaration::done ? 1 : 0;
 }
 
 int32_t talvo_xml_node_findsetidattr(XmlDoc *doc, XmlNode *node,
@@ -137,7 +139,7 @@ int32_t talvo_xml_node_findsetidattr(XmlDoc *doc, XmlNode *node,
   if (doc == nullptr || node == nullptr || name == nullptr) {
     return 0;
   }
-  return declareId(doc, node, viewOf(name)) ? 1 : 0;
+  return declareIdOf(doc, node, viewOf(name)) == IdDeclaration::done ? 1 : 0;
 }
 
 int32_t talvo_xml_signature_setidattr(Signature *signature) noexcept {

@@ -10,7 +10,6 @@
 #include "signature/sign/signed_info_octets.h"
 #include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
-#include "transform/canonicalize.h"
 #include "transform/reference/reference_digest.h"
 #include "xml/edit.h"
 #include "xml/node.h"
@@ -97,7 +96,6 @@ int32_t digestReferences(Reach reach, XmlNode *signatureElement, const List &con
   }
   const List owner(found);
   const ListView<XmlNode> elements = items<XmlNode>(owner);
-  const FitnessScope scope(reach.document);
   int32_t position = 0;
   for (ReferenceCtx *context : items<ReferenceCtx>(contexts)) {
     const SignatureTarget target(context, signatureElement);

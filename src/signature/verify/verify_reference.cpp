@@ -5,7 +5,6 @@
 #include "signature/record/record.h"
 #include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
-#include "transform/canonicalize.h"
 #include "transform/reference/reference_check.h"
 #include "xml/node.h"
 
@@ -26,7 +25,6 @@ int32_t verifyReferences(const Signature *signature, uint32_t flags, Bytes exter
   if (withoutUri > 1) {
     return fail(error, VerifyError::tooManyReferencesWithoutUri);
   }
-  const FitnessScope scope(signature->document);
   for (int32_t index = 0; index < references.size(); ++index) {
     const Reference *reference = references[index];
     const Reach reach{talvo_xml_node_getdoc(reference->element), reference->element,
