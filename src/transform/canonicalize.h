@@ -8,20 +8,12 @@
 
 #include "base/bytes.h"
 #include "base/handle.h"
+#include "transform/canonical/octet_sink.h"
 #include "transform/canonical/prefix_list.h"
 #include "transform/fitness.h"
 #include "transform/nodeset.h"
 
 namespace talvo {
-
-// Takes octets piece by piece; false stops the work, which then fails.
-class OctetSink {
- public:
-  virtual bool write(Bytes octets) noexcept = 0;
-
- protected:
-  ~OctetSink() = default;
-};
 
 // Collects octets.
 class OctetCollector final : public OctetSink {

@@ -1,0 +1,46 @@
+#include "transform/canonical/refusal.h"
+
+#include <libxml/uri.h>
+
+#include "base/handle.h"
+#include "xml/native.h"
+#include "xml/tree.h"
+
+namespace talvo {
+
+// Documents declare the same few URIs again and again: remember one.
+bool RefusalLook::isAbsolute(const xmlChar *uri) noexcept {
+  if (uri == nullptr || *uri == 0 || xmlStrEqual(uri, lastAbsolute_) != 0) {
+    return true;
+  }
+  const Handle<xmlURI, xmlFreeURI> parsed(xmlParseURI(plainText(uri)));
+  if (parsed == nullptr || parsed->scheme == nullptr) {
+    return false;
+  }
+  lastAbsolute_ = uri;
+  return true;
+}
+
+bool RefusalLook::admits(const xmlNode *node) noexcept {
+  if (node->type != XML_ELEMENT_NODE) {
+    return node->type != XML_ENTITY_REF_NODE;
+  }
+  for (const xmlNs *ns = node->nsDef; ns != nullptr; ns = ns->next) {
+    if (!isAbsolute(ns->href)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool RefusalLook::admitsAll(const xmlNode *top) noexcept {
+  for (const xmlNode *node = top; node != nullptr;
+       node = nextInTree(const_cast<xmlNode *>(node), top)) {
+    if (!admits(node)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace talvo
