@@ -13,7 +13,12 @@ constexpr uint32_t kSpace = 1;
 constexpr uint32_t kBase = 2;
 constexpr std::array<std::string_view, 3> kSpecial = {"lang", "space", "base"};
 
-constexpr uint32_t kInherited = 0;  // an age below that of all own attributes
+// In this order.
+constexpr uint32_t kPlain = 0;       // no namespace
+constexpr uint32_t kUnprefixed = 1;  // only callers bind an attribute to a default namespace
+constexpr uint32_t kPrefixed = 2;
+
+constexpr uint32_t kReplaceable = 0;  // the age of what an own attribute stands in for
 
 bool isXmlAttribute(const AttributeView &attribute) noexcept {
   return attribute.name.hasNamespace && isXmlNamespace(attribute.name.ns);
@@ -30,9 +35,9 @@ size_t specialOf(const AttributeView &attribute) noexcept {
 
 uint32_t rankOf(const NameView &name) noexcept {
   if (!name.hasNamespace) {
-    return 0;
+    return kPlain;
   }
-  return name.ns.prefix.empty() ? 1 : 2;
+  return name.ns.prefix.empty() ? kUnprefixed : kPrefixed;
 }
 
 auto keyOf(const AttributeAxis::Chosen &chosen) noexcept {
@@ -79,12 +84,11 @@ void AttributeAxis::close() noexcept {
 void AttributeAxis::choose(const AttributeView &attribute) {
   const NameView &name = attribute.name;
   chosen_.push_back({name.ns.prefix, name.hasNamespace ? name.ns.uri : std::string_view(),
-                     name.local, attribute.value, rankOf(name),
-                     static_cast<uint32_t>(chosen_.size()) + 1});
+                     name.local, attribute.value, name.ns.declaration, rankOf(name), nextAge()});
 }
 
-void AttributeAxis::chooseInherited(std::string_view local, std::string_view value) {
-  chosen_.push_back({kXmlPrefix, kXmlUri, local, value, 2, kInherited});
+void AttributeAxis::chooseInherited(std::string_view local, std::string_view value, uint32_t age) {
+  chosen_.push_back({kXmlPrefix, kXmlUri, local, value, nullptr, kPrefixed, age});
 }
 
 void AttributeAxis::chooseOwn(const ElementView &element) {
@@ -97,7 +101,7 @@ void AttributeAxis::chooseOwn(const ElementView &element) {
 
 void AttributeAxis::inheritAll() {
   for (const uint32_t name : inherited_.boundNames()) {
-    chooseInherited(names_.nameOf(name), inherited_.valueOf(*inherited_.find(name)));
+    chooseInherited(names_.nameOf(name), inherited_.valueOf(*inherited_.find(name)), kReplaceable);
   }
 }
 
@@ -132,7 +136,7 @@ uint32_t AttributeAxis::hiddenPlace(uint32_t name) const noexcept {
 void AttributeAxis::inheritNearest(uint32_t name) {
   const uint32_t place = hiddenPlace(name);
   if (place != BindingStack::kNone) {
-    chooseInherited(kSpecial[name], inherited_.valueOf(inherited_.at(place)));
+    chooseInherited(kSpecial[name], inherited_.valueOf(inherited_.at(place)), nextAge());
   }
 }
 
@@ -155,7 +159,7 @@ void AttributeAxis::chooseBase(const AttributeView *own) {
     isJoined = joinBase(inherited_.at(place));
   }
   if (isJoined && !base_.empty()) {
-    chooseInherited(kSpecial[kBase], base_);
+    chooseInherited(kSpecial[kBase], base_, nextAge());
   }
 }
 
@@ -192,12 +196,28 @@ void AttributeAxis::settle(const ElementView &element) {
 
 void AttributeAxis::sort() {
   std::sort(chosen_.begin(), chosen_.end(), comesFirst);
-  // An own attribute stands in for the one that would be inherited.
+  sortUnprefixed();
   const auto last =
       std::unique(chosen_.begin(), chosen_.end(), [](const Chosen &first, const Chosen &second) {
-        return second.age == kInherited && keyOf(first) == keyOf(second);
+        return second.age == kReplaceable && keyOf(first) == keyOf(second);
       });
   chosen_.erase(last, chosen_.end());
+}
+
+// Deliberate: attributes in different namespaces without prefix keep the order in which they were
+// added, and only those of one declaration are sorted among each other. No document that was parsed
+// has such attributes.
+void AttributeAxis::sortUnprefixed() {
+  const auto isUnprefixed = [](const Chosen &chosen) { return chosen.rank == kUnprefixed; };
+  const auto first = std::find_if(chosen_.begin(), chosen_.end(), isUnprefixed);
+  const auto last = std::find_if_not(first, chosen_.end(), isUnprefixed);
+  std::sort(first, last, [](const Chosen &one, const Chosen &other) { return one.age < other.age; });
+  for (auto next = first; next != last; ++next) {
+    const auto place = std::find_if(first, next, [next](const Chosen &chosen) {
+      return chosen.declaration == next->declaration && chosen.local >= next->local;
+    });
+    std::rotate(place, next, next + 1);
+  }
 }
 
 }  // namespace talvo

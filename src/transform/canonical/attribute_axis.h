@@ -21,8 +21,9 @@ class AttributeAxis {
     std::string_view uri;
     std::string_view local;
     std::string_view value;
-    uint32_t rank;  // no namespace, then no prefix, then the others by their URIs
-    uint32_t age;   // of two that are equal the higher one comes first
+    const void *declaration;
+    uint32_t rank;
+    uint32_t age;  // of two that are equal the higher one comes first
   };
 
   // With a filter, elements below a selected one need not be selected.
@@ -44,7 +45,8 @@ class AttributeAxis {
   };
 
   void choose(const AttributeView &attribute);
-  void chooseInherited(std::string_view local, std::string_view value);
+  void chooseInherited(std::string_view local, std::string_view value, uint32_t age);
+  uint32_t nextAge() const noexcept { return static_cast<uint32_t>(chosen_.size()) + 1; }
   void chooseOwn(const ElementView &element);
   void inheritAll();
   void chooseSpecial(const ElementView &element);
@@ -53,6 +55,7 @@ class AttributeAxis {
   bool joinBase(const BindingStack::Binding &binding);
   uint32_t hiddenPlace(uint32_t name) const noexcept;
   void sort();
+  void sortUnprefixed();
 
   const C14nMode mode_;
   const JoinBase joinBase_;

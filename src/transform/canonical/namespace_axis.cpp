@@ -84,12 +84,17 @@ void NamespaceAxis::collect(const ElementView &element) {
 }
 
 // Below an element that a caller bound to a declaration elsewhere, this declaration covers the others
-// of its prefix. One that no open element makes is never written for its own sake.
+// of its prefix unless the element makes one itself. One that no open element makes is never written
+// for its own sake.
 void NamespaceAxis::settle(const NameView &name) {
   if (isBoundAsDeclared(name) || name.ns.uri.data() == nullptr) {
     return;
   }
   const uint32_t prefix = prefixes_.idOf(name.ns.prefix);
+  const uint32_t place = declared_.newest(prefix);
+  if (place != BindingStack::kNone && place >= frames_.back().declared) {
+    return;
+  }
   const bool isElsewhere = !isDeclaredAbove(prefix, name.ns.declaration);
   declared_.push(prefix, name.ns.uri, name.ns.declaration, isElsewhere);
 }

@@ -36,7 +36,7 @@ class StringSink final : public OctetSink {
   std::string text;
 };
 
-inline bool isAtOrBelow(const xmlNode *node, const xmlNode *parent, const xmlNode *top) {
+inline bool isWithin(const xmlNode *node, const xmlNode *parent, const xmlNode *top) {
   while (node != top && parent != nullptr) {
     node = parent;
     parent = parent->parent;
@@ -51,10 +51,10 @@ static int oracleSelects(void *data, xmlNode *node, xmlNode *parent) {
   if (selection->filter != nullptr) {
     return selection->filter->keeps(node, parent) ? 1 : 0;
   }
-  const bool isIn = selection->apex == nullptr || isAtOrBelow(node, parent, selection->apex);
+  const bool isIn = selection->apex == nullptr || isWithin(node, parent, selection->apex);
   const bool isOut =
       std::any_of(selection->removed.begin(), selection->removed.end(),
-                  [=](const xmlNode *top) { return isAtOrBelow(node, parent, top); });
+                  [=](const xmlNode *top) { return isWithin(node, parent, top); });
   return isIn && !isOut ? 1 : 0;
 }
 }

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "transform/canonical/comparison.h"
+#include "transform/canonical/random_edits.h"
 #include "transform/transform_support.h"
 
 namespace talvo::test {
@@ -106,6 +107,21 @@ TEST_F(TreeWalkTest, RandomDocumentsAreAsLibxml2HasThem) {
     ASSERT_NE(document, nullptr);
     ASSERT_NO_FATAL_FAILURE(compareSelections(nativeDoc(document.get()), random));
     if (seed % 4 == 0) {
+      ASSERT_NO_FATAL_FAILURE(compareFilters(nativeDoc(document.get())));
+    }
+  }
+}
+
+TEST_F(TreeWalkTest, EditedTreesAreAsLibxml2HasThem) {
+  for (uint32_t seed = 1; seed <= 300; ++seed) {
+    SCOPED_TRACE(seed);
+    RandomDocument random(seed);
+    const Document document = parse(random.text());
+    auto pick = [&random](uint32_t count) { return random.pick(count); };
+    RandomEdits(document.get(), pick).run(1 + random.pick(12));
+    SCOPED_TRACE(take(talvo_xml_doc_dump(document.get(), 0)));
+    ASSERT_NO_FATAL_FAILURE(compareSelections(nativeDoc(document.get()), random));
+    if (seed % 8 == 0) {
       ASSERT_NO_FATAL_FAILURE(compareFilters(nativeDoc(document.get())));
     }
   }
