@@ -97,7 +97,6 @@ int32_t digestReferences(Reach reach, XmlNode *signatureElement, const List &con
   }
   const List owner(found);
   const ListView<XmlNode> elements = items<XmlNode>(owner);
-  const FitnessScope scope(reach.document);
   int32_t position = 0;
   for (ReferenceCtx *context : items<ReferenceCtx>(contexts)) {
     const SignatureTarget target(context, signatureElement);

@@ -170,7 +170,6 @@ bool compute(const SignRequest &request, const Placement &place, uint32_t *error
   if (talvo_xml_signature_setid(doc) != 1) {
     return refuse(error, SignError::idRegistration);
   }
-  const FitnessScope scope(doc);
   return digestManifests(doc, element, request.objects, request.basePath, error) &&
          talvo_xml_signature_calcrefdigestvalue(doc, element, request.context, request.basePath,
                                                 kNetworkAllowed, error) == 1 &&

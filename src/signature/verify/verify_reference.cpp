@@ -25,7 +25,6 @@ int32_t verifyReferences(const Signature *signature, uint32_t flags, Bytes exter
   if (withoutUri > 1) {
     return fail(error, VerifyError::tooManyReferencesWithoutUri);
   }
-  const FitnessScope scope(signature->document);
   for (const Reference *reference : references) {
     const Reach reach{talvo_xml_node_getdoc(reference->element), reference->element,
                       signature->basePath.get(), flags};

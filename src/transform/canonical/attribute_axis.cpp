@@ -26,11 +26,10 @@ bool isXmlAttribute(const AttributeView &attribute) noexcept {
 
 // The number of a special attribute, or their count.
 size_t specialOf(const AttributeView &attribute) noexcept {
-  return isXmlAttribute(attribute)
-             ? static_cast<size_t>(
-                   std::find(kSpecial.begin(), kSpecial.end(), attribute.name.local) -
-                   kSpecial.begin())
-             : kSpecial.size();
+  return isXmlAttribute(attribute) ? static_cast<size_t>(std::find(kSpecial.begin(), kSpecial.end(),
+                                                                   attribute.name.local) -
+                                                         kSpecial.begin())
+                                   : kSpecial.size();
 }
 
 uint32_t rankOf(const NameView &name) noexcept {
@@ -211,7 +210,8 @@ void AttributeAxis::sortUnprefixed() {
   const auto isUnprefixed = [](const Chosen &chosen) { return chosen.rank == kUnprefixed; };
   const auto first = std::find_if(chosen_.begin(), chosen_.end(), isUnprefixed);
   const auto last = std::find_if_not(first, chosen_.end(), isUnprefixed);
-  std::sort(first, last, [](const Chosen &one, const Chosen &other) { return one.age < other.age; });
+  std::sort(first, last,
+            [](const Chosen &one, const Chosen &other) { return one.age < other.age; });
   for (auto next = first; next != last; ++next) {
     const auto place = std::find_if(first, next, [next](const Chosen &chosen) {
       return chosen.declaration == next->declaration && chosen.local >= next->local;

@@ -37,10 +37,9 @@ bool NamespaceAxis::isRegular(const ElementView &element) {
     return false;
   }
   return !isExclusive_ || !element.isSelected ||
-         std::all_of(element.attributes.begin(), element.attributes.end(),
-                                      [this](const AttributeView &attribute) {
-                                        return isBoundAsDeclared(attribute.name);
-                                      });
+         std::all_of(
+             element.attributes.begin(), element.attributes.end(),
+             [this](const AttributeView &attribute) { return isBoundAsDeclared(attribute.name); });
 }
 
 std::span<const NamespaceAxis::Written> NamespaceAxis::open(const ElementView &element) {
@@ -125,8 +124,7 @@ bool NamespaceAxis::isSame(const BindingStack::Binding &written,
 bool NamespaceAxis::isWrittenNear(uint32_t prefix, const NamespaceView &ns) const noexcept {
   const bool isUnset = prefix == kDefault && ns.uri.empty();
   const uint32_t place = written_.newest(prefix);
-  const bool isThere =
-      place != BindingStack::kNone && (isUnset || place >= parent_.nearestStart);
+  const bool isThere = place != BindingStack::kNone && (isUnset || place >= parent_.nearestStart);
   return isThere ? isSame(written_.at(place), ns) : isUnset;
 }
 

@@ -4,6 +4,7 @@
 
 #include "base/handle.h"
 #include "xml/native.h"
+#include "xml/node.h"
 #include "xml/tree.h"
 
 namespace talvo {
@@ -41,6 +42,28 @@ bool RefusalLook::admitsAll(const xmlNode *top) noexcept {
     }
   }
   return true;
+}
+
+// What speaks against a document is not remembered: it can be a want of memory.
+bool isCanonical(const XmlDoc *document) noexcept {
+  struct Inspected {
+    const XmlDoc *document;
+    uint64_t edits;
+  };
+  static thread_local constinit Inspected t_inspected = {nullptr, 0};
+  const uint64_t edits = editCount();
+  if (document == nullptr) {
+    return false;
+  }
+  if (t_inspected.document == document && t_inspected.edits == edits) {
+    return true;
+  }
+  const MemoryWatch quiet;
+  const bool admitted = RefusalLook().admitsAll(native(document));
+  if (admitted) {
+    t_inspected = {document, edits};
+  }
+  return admitted;
 }
 
 }  // namespace talvo

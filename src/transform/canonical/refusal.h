@@ -4,6 +4,8 @@
 
 #include <libxml/tree.h>
 
+#include "talvo_xml.h"
+
 namespace talvo {
 
 class RefusalLook {
@@ -18,5 +20,9 @@ class RefusalLook {
 
   const xmlChar *lastAbsolute_ = nullptr;
 };
+
+// Whether a document has a canonical form. The look is taken once and remembered while no document is
+// edited, because callers canonicalise many parts of one document.
+bool isCanonical(const XmlDoc *document) noexcept;
 
 }  // namespace talvo

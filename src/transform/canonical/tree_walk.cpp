@@ -1,10 +1,10 @@
 #include "transform/canonical/tree_walk.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "base/boundary.h"
 #include "transform/canonical/base_uri.h"
+#include "transform/canonical/selection_walk.h"
 #include "transform/canonical/tree_views.h"
 #include "transform/canonical/writer.h"
 #include "xml/native.h"
@@ -15,29 +15,28 @@ namespace {
 // Tells the writer of single nodes.
 class Teller final : private NamespaceFilter {
  public:
-  Teller(OctetSink &sink, const TreeSelection &selection, const C14nForm &form)
-      : filter_(selection.filter), writer_(sink, form, filter_ == nullptr ? nullptr : this) {}
+  Teller(OctetSink &sink, NodeFilter *filter, const C14nForm &form)
+      : filter_(filter), writer_(sink, form, filter == nullptr ? nullptr : this) {}
 
-  // Whether the node may stand in a canonical document.
+  void tellAbove(const xmlNode *apex);
+  // False for a node that may not stand in a canonical document, and when the writer failed.
   bool begin(xmlNode *node);
   void end(xmlNode *element) noexcept;
-  // The elements around a subtree.
-  void tellContext(const xmlNode *element) { writer_.startElement(views_.element(element, false)); }
-
-  bool hasFailed() const noexcept { return writer_.hasFailed(); }
   bool finish() noexcept { return writer_.finish(); }
 
  private:
   bool keeps(const void *declaration) override {
-    return filter_->keeps(asNode(static_cast<const xmlNs *>(declaration)), element_);
+    const auto *ns = static_cast<const xmlNs *>(declaration);
+    return element_ != nullptr && filter_->keeps(nodeOf(ns), element_);
   }
-  static xmlNode *asNode(const xmlNs *ns) noexcept {
+  static xmlNode *nodeOf(const xmlNs *ns) noexcept {
     return reinterpret_cast<xmlNode *>(const_cast<xmlNs *>(ns));
   }
   bool isSelected(xmlNode *node) noexcept {
     return filter_ == nullptr || filter_->keeps(node, node->parent);
   }
   void beginElement(xmlNode *element);
+  void tellAttribute(const xmlAttr *attribute);
 
   NodeFilter *filter_;
   TreeViews views_;
@@ -45,6 +44,18 @@ class Teller final : private NamespaceFilter {
   xmlNode *element_ = nullptr;      // whose namespaces the filter is asked about
   std::vector<bool> selectedOpen_;  // of a filtered walk: whether the open elements are selected
 };
+
+// The elements around a subtree, from the outermost one on.
+void Teller::tellAbove(const xmlNode *apex) {
+  std::vector<const xmlNode *> above;
+  for (const xmlNode *node = apex->parent; node != nullptr && node->type == XML_ELEMENT_NODE;
+       node = node->parent) {
+    above.push_back(node);
+  }
+  for (; !above.empty(); above.pop_back()) {
+    writer_.startElement(views_.element(above.back(), false));
+  }
+}
 
 void Teller::beginElement(xmlNode *element) {
   if (filter_ == nullptr) {
@@ -54,34 +65,46 @@ void Teller::beginElement(xmlNode *element) {
   element_ = element;
   const bool isKept = isSelected(element);
   selectedOpen_.push_back(isKept);
-  writer_.startElement(
-      views_.element(element, isKept, [this](xmlNode *attribute) { return isSelected(attribute); }));
+  writer_.startElement(views_.element(
+      element, isKept, [this](xmlNode *attribute) { return isSelected(attribute); }));
+}
+
+// Only the top of a walk can be an attribute.
+void Teller::tellAttribute(const xmlAttr *attribute) {
+  const NameView name = views_.name(reinterpret_cast<const xmlNode *>(attribute));
+  writer_.attribute(name.ns.prefix, name.local, views_.value(attribute));
 }
 
 bool Teller::begin(xmlNode *node) {
+  if (node->type == XML_ELEMENT_NODE) {
+    beginElement(node);
+    return !writer_.hasFailed();
+  }
+  if (node->type == XML_ENTITY_REF_NODE) {
+    return false;
+  }
+  // A document type is no part of the form.
+  if (node->type == XML_DTD_NODE || !isSelected(node)) {
+    return true;
+  }
   switch (node->type) {
-    case XML_ELEMENT_NODE:
-      beginElement(node);
-      return true;
     case XML_TEXT_NODE:
     case XML_CDATA_SECTION_NODE:
-      if (isSelected(node)) {
-        writer_.text(viewOf(node->content));
-      }
-      return true;
+      writer_.text(viewOf(node->content));
+      break;
     case XML_COMMENT_NODE:
-      if (isSelected(node)) {
-        writer_.comment(viewOf(node->content));
-      }
-      return true;
+      writer_.comment(viewOf(node->content));
+      break;
     case XML_PI_NODE:
-      if (isSelected(node)) {
-        writer_.instruction(viewOf(node->name), viewOf(node->content));
-      }
-      return true;
+      writer_.instruction(viewOf(node->name), viewOf(node->content));
+      break;
+    case XML_ATTRIBUTE_NODE:
+      tellAttribute(asAttr(node));
+      break;
     default:
-      return node->type != XML_ENTITY_REF_NODE;
+      break;
   }
+  return true;
 }
 
 void Teller::end(xmlNode *element) noexcept {
@@ -92,100 +115,6 @@ void Teller::end(xmlNode *element) noexcept {
   writer_.endElement(views_.name(element), isKept);
 }
 
-class Walk {
- public:
-  Walk(OctetSink &sink, const TreeSelection &selection, const C14nForm &form)
-      : removed_(selection.removed.begin(), selection.removed.end()),
-        teller_(sink, selection, form) {
-    std::sort(removed_.begin(), removed_.end());
-  }
-
-  bool run(xmlDoc *document, const xmlNode *apex) {
-    if (apex == nullptr) {
-      return runBelow(asNode(document)) && teller_.finish();
-    }
-    if (isInRemoved(apex)) {
-      return true;
-    }
-    tellContext(apex);
-    return runOver(const_cast<xmlNode *>(apex)) && teller_.finish();
-  }
-
- private:
-  bool isRemoved(const xmlNode *node) const noexcept {
-    return removed_.size() <= 1
-               ? !removed_.empty() && node == removed_.front()
-               : std::binary_search(removed_.begin(), removed_.end(), node);
-  }
-  bool isInRemoved(const xmlNode *node) const noexcept;
-  void tellContext(const xmlNode *apex);
-  bool runBelow(xmlNode *document);
-  bool runOver(xmlNode *top);
-  xmlNode *next(xmlNode *node, const xmlNode *top) noexcept;
-
-  std::vector<const xmlNode *> removed_;
-  Teller teller_;
-};
-
-bool Walk::isInRemoved(const xmlNode *node) const noexcept {
-  while (node != nullptr && !isRemoved(node)) {
-    node = node->parent;
-  }
-  return node != nullptr;
-}
-
-void Walk::tellContext(const xmlNode *apex) {
-  std::vector<const xmlNode *> above;
-  for (const xmlNode *node = apex->parent; node != nullptr && node->type == XML_ELEMENT_NODE;
-       node = node->parent) {
-    above.push_back(node);
-  }
-  for (; !above.empty(); above.pop_back()) {
-    teller_.tellContext(above.back());
-  }
-}
-
-bool Walk::runBelow(xmlNode *document) {
-  for (xmlNode *node = document->children; node != nullptr; node = node->next) {
-    if (!runOver(node)) {
-      return false;
-    }
-  }
-  return true;
-}
-
-// The node after one that is done with; the elements that end before it are told.
-xmlNode *Walk::next(xmlNode *node, const xmlNode *top) noexcept {
-  while (node != top && node->next == nullptr) {
-    node = node->parent;
-    teller_.end(node);
-  }
-  return node == top ? nullptr : node->next;
-}
-
-bool Walk::runOver(xmlNode *top) {
-  xmlNode *node = top;
-  while (node != nullptr) {
-    if (isRemoved(node)) {
-      node = next(node, top);
-      continue;
-    }
-    if (!teller_.begin(node) || teller_.hasFailed()) {
-      return false;
-    }
-    const bool isElement = node->type == XML_ELEMENT_NODE;
-    if (isElement && node->children != nullptr) {
-      node = node->children;
-      continue;
-    }
-    if (isElement) {
-      teller_.end(node);
-    }
-    node = next(node, top);
-  }
-  return true;
-}
-
 }  // namespace
 
 bool canonicalizeTree(OctetSink &sink, xmlDoc *document, const TreeSelection &selection,
@@ -194,8 +123,15 @@ bool canonicalizeTree(OctetSink &sink, xmlDoc *document, const TreeSelection &se
     form.withComments = form.withComments && selection.withComments;
     form.joinBase = joinBaseUri;
     const MemoryWatch watch;
-    Walk walk(sink, selection, form);
-    return walk.run(document, selection.apex) && !watch.exhausted();
+    Teller teller(sink, selection.filter, form);
+    if (selection.apex != nullptr) {
+      teller.tellAbove(selection.apex);
+    }
+    const SelectionWalk walk(selection);
+    return walk.run(
+               document, [&](xmlNode *node) { return teller.begin(node); },
+               [&](xmlNode *element) { teller.end(element); }) &&
+           teller.finish() && !watch.exhausted();
   });
 }
 

@@ -53,8 +53,7 @@ TEST_F(CanonicalCorpusTest, EveryDocumentIsAsLibxml2HasIt) {
   for (const std::string &file : corpusFiles()) {
     SCOPED_TRACE(file);
     const std::string text = readFile(corpusDirectory() + "/" + file);
-    const Document document(
-        talvo_xml_parse_ex(text.data(), static_cast<int64_t>(text.size()), 3));
+    const Document document(talvo_xml_parse_ex(text.data(), static_cast<int64_t>(text.size()), 3));
     if (document == nullptr) {
       continue;
     }

@@ -52,9 +52,8 @@ static int oracleSelects(void *data, xmlNode *node, xmlNode *parent) {
     return selection->filter->keeps(node, parent) ? 1 : 0;
   }
   const bool isIn = selection->apex == nullptr || isWithin(node, parent, selection->apex);
-  const bool isOut =
-      std::any_of(selection->removed.begin(), selection->removed.end(),
-                  [=](const xmlNode *top) { return isWithin(node, parent, top); });
+  const bool isOut = std::any_of(selection->removed.begin(), selection->removed.end(),
+                                 [=](const xmlNode *top) { return isWithin(node, parent, top); });
   return isIn && !isOut ? 1 : 0;
 }
 }
@@ -71,10 +70,9 @@ inline Octets oracleOctets(xmlDoc *document, TreeSelection selection, const Orac
   const bool withComments = form.withComments && selection.withComments;
   const MemoryWatch quiet;
   xmlOutputBuffer *buffer = xmlAllocOutputBuffer(nullptr);
-  const int result =
-      xmlC14NExecute(document, oracleSelects, &selection, mode,
-                     mode == XML_C14N_EXCLUSIVE_1_0 ? prefixes.data() : nullptr,
-                     withComments ? 1 : 0, buffer);
+  const int result = xmlC14NExecute(document, oracleSelects, &selection, mode,
+                                    mode == XML_C14N_EXCLUSIVE_1_0 ? prefixes.data() : nullptr,
+                                    withComments ? 1 : 0, buffer);
   Octets octets;
   if (result >= 0) {
     octets.emplace(plainText(xmlOutputBufferGetContent(buffer)), xmlOutputBufferGetSize(buffer));

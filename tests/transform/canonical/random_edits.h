@@ -80,7 +80,8 @@ class RandomEdits {
     static constexpr std::array<const char *, 4> kNewPrefixes = {nullptr, "p", "q", "ds"};
     static constexpr std::array<const char *, 6> kNames = {"k",        "Id",        "xml:lang",
                                                            "xml:base", "xml:space", "b"};
-    static constexpr std::array<const char *, 5> kValues = {"v", "", "a/../b", "x&<>\"\r\n\t", ".."};
+    static constexpr std::array<const char *, 5> kValues = {"v", "", "a/../b", "x&<>\"\r\n\t",
+                                                            ".."};
     switch (pick_(11)) {
       case 0:
         talvo_xml_node_newns(any(elements_), word(kUris).get(), word(kNewPrefixes).get());
