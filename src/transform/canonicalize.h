@@ -1,5 +1,5 @@
-// Canonical XML: libxml2 walks the document and writes octets, which go to a sink piece by piece as
-// they arise. Whoever digests or signs them never holds them all.
+// Canonical XML of node sets. The octets go to a sink piece by piece as they arise: whoever digests or
+// signs them never holds them all.
 #pragma once
 
 #include <string>
@@ -8,20 +8,11 @@
 
 #include "base/bytes.h"
 #include "base/handle.h"
+#include "transform/canonical/octet_sink.h"
 #include "transform/canonical/prefix_list.h"
-#include "transform/fitness.h"
 #include "transform/nodeset.h"
 
 namespace talvo {
-
-// Takes octets piece by piece; false stops the work, which then fails.
-class OctetSink {
- public:
-  virtual bool write(Bytes octets) noexcept = 0;
-
- protected:
-  ~OctetSink() = default;
-};
 
 // Collects octets.
 class OctetCollector final : public OctetSink {

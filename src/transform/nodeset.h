@@ -1,49 +1,22 @@
 // A node set is a chain of selection rules over one document, never a list of nodes. The first rule
-// says what is selected, each further one narrows it, and the only question is whether a given node
-// belongs. A rule points at the one before it and holds a reference on it; the last one stands for
-// the chain.
-//
-// Canonicalisation asks in document order, so within an OrderedRun every rule remembers where it
-// stood. Outside of one nothing is remembered, since the tree may change between two questions.
+// says what is selected, each further one narrows it. A rule points at the one before it and holds a
+// reference on it; the last one stands for the chain.
 #pragma once
+
+#include <vector>
 
 #include "talvo_xml.h"
 
 #include "base/handle.h"
 #include "base/memory.h"
 #include "base/refcount.h"
+#include "transform/canonical/tree_selection.h"
 
 namespace talvo {
 
-// Finds out whether elements lie in a subtree. Asked in document order it only climbs as far as the
-// previous question lies deeper, which amortises to constant time; any other order costs a walk to
-// the root.
-class SubtreeTracker {
- public:
-  // The subtrees of all ds:Signature elements.
-  SubtreeTracker() = default;
-  // The subtree of one node; null as above.
-  explicit SubtreeTracker(const XmlNode *top) noexcept : top_(top) {}
-
-  // Whether the element is at or below the top; anything but an element is not.
-  bool covers(const XmlNode *element) noexcept;
-  // To be called before the tree may change.
-  void forget() noexcept { last_ = nullptr; }
-
- private:
-  bool isTop(const XmlNode *element) const noexcept;
-  // Answers from the last question where the element is its child or lies on its path to the root.
-  bool isReached(const XmlNode *element) noexcept;
-  void startAnew(const XmlNode *element) noexcept;
-
-  const XmlNode *top_ = nullptr;
-  const XmlNode *last_ = nullptr;
-  const XmlNode *outermost_ = nullptr;  // the outermost top at or above `last_`
-};
-
-// Whether an element is a Signature as XPath tests names: its own namespace counts, not a default
+// Whether a node is a Signature element as XPath tests names: its own namespace counts, not a default
 // one that is only in scope.
-bool hasSignatureName(const XmlNode *element) noexcept;
+bool hasSignatureName(const xmlNode *node) noexcept;
 
 class XPathFilter;
 void freeXPathFilter(XPathFilter *filter) noexcept;
@@ -59,7 +32,7 @@ enum class SetKind : uint32_t {
 
 }  // namespace talvo
 
-// Internal to nodeset.cpp and nodeset_xpath.cpp.
+// Internal to nodeset.cpp, selection.cpp and nodeset_xpath.cpp.
 struct NodeSet {
   talvo::SetKind kind = talvo::SetKind::nodeList;
   XmlDoc *document = nullptr;
@@ -67,9 +40,8 @@ struct NodeSet {
   XmlNode *node = nullptr;          // the listed node; null selects everything
   XmlNode *xpathElement = nullptr;  // what here() answers
   talvo::UString expression;
-  talvo::SubtreeTracker tracker;
   talvo::OwnedXPathFilter filter;  // made at the first question
-  bool hasFailed = false;          // it could not be made
+  bool hasFailed = false;          // an answer was wrong because memory was exhausted
   uint32_t refCount = 1;
   NodeSet *next = nullptr;
   NodeSet *previous = nullptr;  // holds a reference
@@ -113,38 +85,23 @@ int32_t talvo_xml_nodeset_contains_onenodest_xpath_noNs(NodeSet *rule, XmlNode *
 
 namespace talvo {
 
-// Whether the filter keeps the node; prepares the filter at the first question.
+// What an XPath filter keeps, where that is known without asking it about any node.
+enum class Recognised {
+  no,
+  nothing,        // no node at all
+  noSignatures,   // what lies in no Signature element
+  notTheSubtree,  // what does not lie in one subtree
+};
+
+// The filter's answers; both prepare it at the first question. `top` receives the subtree.
+Recognised recognise(NodeSet &rule, const xmlNode **top) noexcept;
 bool passesFilter(NodeSet &rule, XmlNode *node) noexcept;
-// To be called before the tree may change.
-void forget(XPathFilter *filter) noexcept;
+// Whether one rule, an exclusion inverted, selects the node.
+bool passes(NodeSet &rule, XmlNode *node, XmlNode *parent) noexcept;
 
 using OwnedNodeSet = Handle<NodeSet, talvo_xml_nodeset_free>;
 
 XmlDoc *documentOf(const NodeSet *nodes) noexcept;
-
-// What a chain selects, where that can be said without asking node by node.
-struct PlainSelection {
-  bool isPlain = false;        // the whole document or a subtree, perhaps without one subtree
-  XmlNode *apex = nullptr;     // null for the whole document
-  XmlNode *removed = nullptr;  // the top of what is removed, or null
-  bool withComments = true;
-};
-PlainSelection plainSelection(const NodeSet *nodes) noexcept;
-
-// One pass over the document in document order.
-class OrderedRun {
- public:
-  explicit OrderedRun(NodeSet *nodes) noexcept;
-  ~OrderedRun();
-  OrderedRun(const OrderedRun &) = delete;
-  OrderedRun &operator=(const OrderedRun &) = delete;
-
-  bool contains(XmlNode *node, XmlNode *parent) const noexcept;
-  // Whether an answer was wrong because memory was exhausted.
-  bool hasFailed() const noexcept;
-
- private:
-  NodeSet *head_;
-};
+NodeSet *headOf(NodeSet *nodes) noexcept;
 
 }  // namespace talvo

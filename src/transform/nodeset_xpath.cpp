@@ -1,8 +1,8 @@
 // XPath filters. An expression is compiled once for its rule and evaluated in one context, which is
 // put back into the state of a new one before each node.
 //
-// The two expressions that real signatures use to leave out signatures are recognised and answered
-// by looking at ancestors, with the results that XPath would give for every kind of node.
+// The two expressions that real signatures use to leave out signatures are recognised: what they
+// remove is subtrees, with the results that XPath would give for every kind of node.
 #include <algorithm>
 #include <span>
 #include <string>
@@ -104,22 +104,22 @@ bool registerPrefixes(xmlXPathContext *context, const xmlNode *element) {
 
 xmlNode *enclosingSignature(const xmlNode *element) noexcept {
   xmlNode *node = element->parent;
-  while (node != nullptr && !hasSignatureName(handleOf(node))) {
+  while (node != nullptr && !hasSignatureName(node)) {
     node = node->parent;
   }
   return node;
 }
 
-// The element that a node is or belongs to.
-xmlNode *elementOf(xmlNode *node) noexcept {
-  switch (node->type) {
-    case XML_ELEMENT_NODE:
-      return node;
-    case XML_NAMESPACE_DECL:  // see passesFilterAt
-      return reinterpret_cast<xmlNode *>(reinterpret_cast<xmlNs *>(node)->next);
-    default:
-      return node->parent;
+// Whether a node is an element of the sort, or lies in one.
+template <class IsSort>
+bool isWithin(const xmlNode *node, IsSort isSort) noexcept {
+  if (node->type == XML_NAMESPACE_DECL) {  // see passesFilterAt
+    node = reinterpret_cast<const xmlNode *>(reinterpret_cast<const xmlNs *>(node)->next);
   }
+  while (node != nullptr && !isSort(node)) {
+    node = node->parent;
+  }
+  return node != nullptr;
 }
 
 }  // namespace
@@ -127,19 +127,18 @@ xmlNode *elementOf(xmlNode *node) noexcept {
 class XPathFilter {
  public:
   void prepare(const NodeSet &rule) noexcept;
+  Recognised recognised() const noexcept { return recognised_; }
+  const xmlNode *top() const noexcept { return top_; }
   bool passes(xmlNode *node) noexcept;
-  void forget() noexcept { tracker_.forget(); }
   // Whether memory was exhausted, so that an answer may have been wrong.
   bool hasFailed() const noexcept { return hasFailed_; }
 
  private:
-  enum class Way { passNone, signatures, expression };
-
   bool findWay(const NodeSet &rule);
   bool evaluate(xmlNode *node) noexcept;
 
-  Way way_ = Way::passNone;
-  SubtreeTracker tracker_;
+  Recognised recognised_ = Recognised::nothing;
+  const xmlNode *top_ = nullptr;
   xmlDoc *document_ = nullptr;
   XPathContext context_;
   XPathExpression expression_;
@@ -149,7 +148,9 @@ class XPathFilter {
 void XPathFilter::prepare(const NodeSet &rule) noexcept {
   document_ = nativeDoc(rule.document);
   context_.reset(xmlXPathNewContext(nullptr));
-  hasFailed_ = context_ == nullptr || !guard([&] { return findWay(rule); });
+  // The objects of one evaluation serve the next one.
+  hasFailed_ = context_ == nullptr || xmlXPathContextSetCache(context_.get(), 1, -1, 0) != 0 ||
+               !guard([&] { return findWay(rule); });
 }
 
 bool XPathFilter::findWay(const NodeSet &rule) {
@@ -166,26 +167,28 @@ bool XPathFilter::findWay(const NodeSet &rule) {
     return false;
   }
   if (consistsOf(text, kNoSignature, context)) {
-    way_ = Way::signatures;
+    recognised_ = Recognised::noSignatures;
     return true;
   }
   if (isAtHome && consistsOf(text, kNotThisSignature, context)) {
-    xmlNode *signature = enclosingSignature(element);
-    tracker_ = SubtreeTracker(handleOf(signature));
-    way_ = signature == nullptr ? Way::passNone : Way::signatures;
+    top_ = enclosingSignature(element);
+    recognised_ = top_ == nullptr ? Recognised::nothing : Recognised::notTheSubtree;
     return true;
   }
   // Deliberate: an expression that does not compile selects nothing and is no error.
   expression_.reset(xmlXPathCtxtCompile(context, xmlText(text.data())));
-  way_ = expression_ == nullptr ? Way::passNone : Way::expression;
+  recognised_ = expression_ == nullptr ? Recognised::nothing : Recognised::no;
   return context->lastError.code != XML_ERR_NO_MEMORY;
 }
 
+// A recognised form is asked here about single nodes only; a walk asks for the subtrees instead.
 bool XPathFilter::passes(xmlNode *node) noexcept {
-  switch (way_) {
-    case Way::signatures:
-      return !tracker_.covers(handleOf(elementOf(node)));
-    case Way::expression:
+  switch (recognised_) {
+    case Recognised::noSignatures:
+      return !isWithin(node, hasSignatureName);
+    case Recognised::notTheSubtree:
+      return !isWithin(node, [this](const xmlNode *element) { return element == top_; });
+    case Recognised::no:
       return evaluate(node);
     default:
       return false;
@@ -199,32 +202,43 @@ bool XPathFilter::evaluate(xmlNode *node) noexcept {
   context_->depth = 0;
   context_->doc = document_;
   context_->node = node;
-  const XPathObject result(xmlXPathCompiledEval(expression_.get(), context_.get()));
+  const int answer = xmlXPathCompiledEvalToBoolean(expression_.get(), context_.get());
   hasFailed_ = hasFailed_ || context_->lastError.code == XML_ERR_NO_MEMORY;
-  return result != nullptr && xmlXPathCastToBoolean(result.get()) != 0;
+  return answer == 1;  // -1 for an evaluation that failed
 }
 
 void freeXPathFilter(XPathFilter *filter) noexcept {
   destroy(filter);
 }
 
-void forget(XPathFilter *filter) noexcept {
-  if (filter != nullptr) {
-    filter->forget();
+namespace {
+
+XPathFilter *filterOf(NodeSet &rule) noexcept {
+  if (rule.filter == nullptr) {
+    rule.filter.reset(make<XPathFilter>(kSource).release());
+    if (rule.filter != nullptr) {
+      rule.filter->prepare(rule);
+    }
   }
+  rule.hasFailed = rule.hasFailed || rule.filter == nullptr || rule.filter->hasFailed();
+  return rule.filter.get();
+}
+
+}  // namespace
+
+Recognised recognise(NodeSet &rule, const xmlNode **top) noexcept {
+  const XPathFilter *filter = filterOf(rule);
+  if (filter == nullptr) {
+    return Recognised::nothing;
+  }
+  *top = filter->top();
+  return filter->recognised();
 }
 
 bool passesFilter(NodeSet &rule, XmlNode *node) noexcept {
-  if (rule.filter == nullptr) {
-    rule.filter.reset(make<XPathFilter>(kSource).release());
-    if (rule.filter == nullptr) {
-      rule.hasFailed = true;
-      return false;
-    }
-    rule.filter->prepare(rule);
-  }
-  const bool isKept = node != nullptr && rule.filter->passes(native(node));
-  rule.hasFailed = rule.hasFailed || rule.filter->hasFailed();
+  XPathFilter *filter = filterOf(rule);
+  const bool isKept = filter != nullptr && node != nullptr && filter->passes(native(node));
+  rule.hasFailed = rule.hasFailed || filter == nullptr || filter->hasFailed();
   return isKept;
 }
 

@@ -8,6 +8,7 @@
 #include <libxml/tree.h>
 
 #include "base/boundary.h"
+#include "transform/selection.h"
 #include "xml/native.h"
 #include "xml/node.h"
 
@@ -118,28 +119,15 @@ bool isText(const xmlNode *node) noexcept {
   return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
 }
 
-// The next node in document order below the root element; only elements are descended into.
-xmlNode *nextInTree(xmlNode *node, const xmlNode *root) noexcept {
-  if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
-    return node->children;
-  }
-  while (node != root && node->next == nullptr) {
-    node = node->parent;
-  }
-  return node == root ? nullptr : node->next;
-}
-
 bool writeSelectedText(Base64Sink &sink, NodeSet *nodes) noexcept {
-  OrderedRun run(nodes);
-  xmlNode *root = xmlDocGetRootElement(nativeDoc(documentOf(nodes)));
-  for (xmlNode *node = root; node != nullptr; node = nextInTree(node, root)) {
-    const bool isWanted = isText(node) && xmlIsBlankNode(node) == 0 &&
-                          run.contains(handleOf(node), handleOf(node->parent));
-    if (isWanted && !sink.write(viewOf(node->content))) {
-      return false;
-    }
-  }
-  return !run.hasFailed();
+  return guard([&] {
+    Selection selection(nodes);
+    const bool isWritten = selection.forEachNode([&sink](xmlNode *node) {
+      const bool isWanted = isText(node) && xmlIsBlankNode(node) == 0;
+      return !isWanted || sink.write(viewOf(node->content));
+    });
+    return isWritten && !selection.hasFailed();
+  });
 }
 
 }  // namespace

@@ -15,7 +15,6 @@ namespace talvo {
 // What is found out by going through a whole document.
 enum class Finding : size_t {
   isCanonical,     // nothing in it that canonicalisation refuses
-  isAffordable,    // moreover the inclusive methods have an acceptable cost
   areIdsDeclared,  // the Ids of all its signatures, each of which could be
 };
 
@@ -49,7 +48,7 @@ class DocumentState {
   uint32_t parseFlags_;
   int32_t strays_ = 0;
   uint64_t edits_ = 0;
-  std::array<Memory, 3> memories_;
+  std::array<Memory, 2> memories_;
 };
 
 // The state of a document, which every document of the library has; null for what is none.

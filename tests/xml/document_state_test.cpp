@@ -37,7 +37,6 @@ TEST_F(DocumentStateTest, FindingsHoldUntilTheNextEdit) {
   state.remember(Finding::areIdsDeclared, false);
   EXPECT_EQ(state.recall(Finding::isCanonical), true);
   EXPECT_EQ(state.recall(Finding::areIdsDeclared), false);
-  EXPECT_EQ(state.recall(Finding::isAffordable), std::nullopt);
   state.noteEdit();
   EXPECT_EQ(state.recall(Finding::isCanonical), std::nullopt);
 }
