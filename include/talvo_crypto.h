@@ -7,19 +7,11 @@
  * - Buffers (uint8_t *) that are handed out are given back to TalvoPKICryptoFreeMemory.
  * - Objects that are fed (hash, MAC, sign, verify) take any number of updates, then one
  *   final; after the final, whether it succeeded or not, they can only be released.
- * - Algorithms are named by numbers:
- *     hash        0x1000 MD5         0x2000 SHA-1       0x3000 SHA-224     0x4000 SHA-256
- *                 0x5000 SHA-384     0x6000 SHA-512     0x7000 SM3
- *     MAC         0x20000 HMAC-MD5     0x40000 HMAC-SHA1    0x60000 HMAC-SHA224
- *                 0x80000 HMAC-SHA256  0xa0000 HMAC-SHA384  0xc0000 HMAC-SHA512
- *     signature   1 RSA-MD5, 2 RSA-SHA1, 4 RSA-SHA256, 5 RSA-SHA384, 6 RSA-SHA512 (PKCS #1 v1.5),
- *                 13 DSA-SHA1, 16 ECDSA-SHA1, 17 ECDSA-SHA224, 18 ECDSA-SHA256, 19 ECDSA-SHA384,
- *                 20 ECDSA-SHA512, 25 SM2 with SM3
- *     key type    1 RSA, 2 DSA, 4 elliptic curve (SM2 included), 0 anything else
+ * - Algorithms are named by the numbers of the enumerations below.
  * - Signatures of DSA, ECDSA and SM2 are DER (SEQUENCE of r and s) in the sign and verify
  *   operations.
  * - SM2 always works with the default identifier 1234567812345678. Keys on the SM2 curve sign and
- *   verify with algorithm 25 only, keys on any other curve never with it.
+ *   verify with TALVO_CRYPTO_SM2_SM3 only, keys on any other curve never with it.
  * - No function leaves anything on the calling thread's OpenSSL error queue or takes away what the
  *   application had there.
  * - The certificates read last (at most 128) are remembered process-wide, since reading one takes
@@ -45,6 +37,53 @@ typedef struct TalvoPKICert TalvoPKICert;
 typedef struct TalvoPKIKeyPair TalvoPKIKeyPair;
 typedef struct TalvoPKIPublicKey TalvoPKIPublicKey;
 typedef struct TalvoPKITimeStamp TalvoPKITimeStamp;
+
+/* ---- algorithms ---- */
+
+/* Hashes. */
+enum {
+  TALVO_HASH_MD5 = 0x1000,
+  TALVO_HASH_SHA1 = 0x2000,
+  TALVO_HASH_SHA224 = 0x3000,
+  TALVO_HASH_SHA256 = 0x4000,
+  TALVO_HASH_SHA384 = 0x5000,
+  TALVO_HASH_SHA512 = 0x6000,
+  TALVO_HASH_SM3 = 0x7000
+};
+
+/* MACs. */
+enum {
+  TALVO_MAC_HMAC_MD5 = 0x20000,
+  TALVO_MAC_HMAC_SHA1 = 0x40000,
+  TALVO_MAC_HMAC_SHA224 = 0x60000,
+  TALVO_MAC_HMAC_SHA256 = 0x80000,
+  TALVO_MAC_HMAC_SHA384 = 0xa0000,
+  TALVO_MAC_HMAC_SHA512 = 0xc0000
+};
+
+/* Signatures; those of RSA are PKCS #1 v1.5. */
+enum {
+  TALVO_CRYPTO_RSA_MD5 = 1,
+  TALVO_CRYPTO_RSA_SHA1 = 2,
+  TALVO_CRYPTO_RSA_SHA256 = 4,
+  TALVO_CRYPTO_RSA_SHA384 = 5,
+  TALVO_CRYPTO_RSA_SHA512 = 6,
+  TALVO_CRYPTO_DSA_SHA1 = 13,
+  TALVO_CRYPTO_ECDSA_SHA1 = 16,
+  TALVO_CRYPTO_ECDSA_SHA224 = 17,
+  TALVO_CRYPTO_ECDSA_SHA256 = 18,
+  TALVO_CRYPTO_ECDSA_SHA384 = 19,
+  TALVO_CRYPTO_ECDSA_SHA512 = 20,
+  TALVO_CRYPTO_SM2_SM3 = 25
+};
+
+/* Key types. */
+enum {
+  TALVO_KEY_TYPE_OTHER = 0,
+  TALVO_KEY_TYPE_RSA = 1,
+  TALVO_KEY_TYPE_DSA = 2,
+  TALVO_KEY_TYPE_EC = 4 /* elliptic curve, SM2 included */
+};
 
 /* ---- buffers, random octets ---- */
 
@@ -129,7 +168,7 @@ TALVO_API void TalvoPKICryptoFreeKeyPair(TalvoPKIKeyPair *keyPair) TALVO_NOEXCEP
 /* TalvoPKICryptoGetKeypairBits returns the bits that fix the width of a signature half: of the
  * modulus for RSA, of Q for DSA, of the group order for elliptic curves; -1 on failure. */
 TALVO_API int32_t TalvoPKICryptoGetKeypairBits(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
-/* TalvoPKICryptoGetKeypairType returns the key type; 0 for NULL. */
+/* TalvoPKICryptoGetKeypairType returns the key type; TALVO_KEY_TYPE_OTHER for NULL. */
 TALVO_API int32_t TalvoPKICryptoGetKeypairType(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
 /* TalvoPKICryptoIsSM2KeyPair returns 1 for an elliptic-curve key on the SM2 curve. */
 TALVO_API int32_t TalvoPKICryptoIsSM2KeyPair(const TalvoPKIKeyPair *keyPair) TALVO_NOEXCEPT;
@@ -140,7 +179,7 @@ TALVO_API TalvoPKIPublicKey *TalvoPKICryptoGetKeypairPublicKey(const TalvoPKIKey
 TALVO_API TalvoPKIPublicKey *TalvoPKICryptoDupPublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 /* TalvoPKICryptoFreePublicKey releases a handle of a key. */
 TALVO_API void TalvoPKICryptoFreePublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
-/* TalvoPKICryptoGetPublicKeyType returns the key type; 0 for NULL. */
+/* TalvoPKICryptoGetPublicKeyType returns the key type; TALVO_KEY_TYPE_OTHER for NULL. */
 TALVO_API int32_t TalvoPKICryptoGetPublicKeyType(const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 /* TalvoPKICryptoEncodeRSAPubKey hands out the PKCS #1 RSAPublicKey DER of two unsigned big-endian
  * numbers. */
@@ -194,6 +233,43 @@ TALVO_API int32_t TalvoPKICryptoEncodeECCSignature(const uint8_t *r, size_t rLen
 
 /* ---- certificates (RFC 5280) ---- */
 
+/* What TalvoPKICertHasKeyPair answers. */
+enum {
+  TALVO_KEY_PAIR_NONE = 0,
+  TALVO_KEY_PAIR_PRESENT = 1,
+  TALVO_KEY_PAIR_LOCKED = 2 /* there, and encrypted still */
+};
+/* Encodings. */
+enum { TALVO_ENCODING_DER = 1 };
+/* What can be asked of a certificate. */
+enum {
+  TALVO_CERT_KEY_TYPE = 4,       /* integer: a key type */
+  TALVO_CERT_KEY_USAGE = 6,      /* integer: key usages added up, TALVO_KEY_USAGE_ANY without that
+                                    extension */
+  TALVO_CERT_SERIAL_NUMBER = 32, /* string: plain decimal */
+  TALVO_CERT_DIGEST = 44,        /* hash: the digest of the DER */
+  TALVO_CERT_SUBJECT = 48,       /* string: RFC 4514, most specific part first, UTF-8 unescaped */
+  TALVO_CERT_ISSUER = 49         /* string: the same */
+};
+/* Key usages: bit n of the extension as 1 << n. */
+enum {
+  TALVO_KEY_USAGE_DIGITAL_SIGNATURE = 1,
+  TALVO_KEY_USAGE_NON_REPUDIATION = 2,
+  TALVO_KEY_USAGE_KEY_ENCIPHERMENT = 4,
+  TALVO_KEY_USAGE_DATA_ENCIPHERMENT = 8,
+  TALVO_KEY_USAGE_KEY_AGREEMENT = 16,
+  TALVO_KEY_USAGE_KEY_CERT_SIGN = 32,
+  TALVO_KEY_USAGE_CRL_SIGN = 64,
+  TALVO_KEY_USAGE_ENCIPHER_ONLY = 128,
+  TALVO_KEY_USAGE_DECIPHER_ONLY = 256,
+  TALVO_KEY_USAGE_ANY = 0x1ff
+};
+/* The two ends of validity. */
+enum { TALVO_VALIDITY_START = 0, TALVO_VALIDITY_END = 1 };
+/* What a key of a certificate is got for, and the flag that unlocks it. */
+enum { TALVO_USE_SIGN = 2, TALVO_USE_VERIFY = 0x10000002 };
+enum { TALVO_KEY_PAIR_UNLOCK = 0x40000000 };
+
 /* TalvoPKICertNewCert returns a new certificate read from DER, PEM (the first certificate counts)
  * or bare Base64 text (white space anywhere). NULL for anything else, and when octets follow the
  * DER. */
@@ -220,41 +296,37 @@ TALVO_API int32_t TalvoPKICertSetKeyPair(TalvoPKICert *cert,
 /* TalvoPKICertAddChainCert adds a companion certificate that certificate paths may use. */
 TALVO_API int32_t TalvoPKICertAddChainCert(TalvoPKICert *cert,
                                            const TalvoPKICert *companion) TALVO_NOEXCEPT;
-/* TalvoPKICertHasKeyPair returns 0 without private key, 1 with one, 2 with one that is still
- * locked. */
+/* TalvoPKICertHasKeyPair returns whether there is a private key: TALVO_KEY_PAIR_NONE (also for
+ * NULL), ..._PRESENT or ..._LOCKED. */
 TALVO_API int32_t TalvoPKICertHasKeyPair(const TalvoPKICert *cert) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertEncode hands out the encoding; form 1 is DER. */
+/* TalvoPKICertGetCertEncode hands out the encoding; `form` is TALVO_ENCODING_DER. */
 TALVO_API int32_t TalvoPKICertGetCertEncode(const TalvoPKICert *cert, int32_t form,
                                             uint8_t **encoded, size_t *length) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertIntegerAttribute hands out attribute 4, the key type (1 RSA, 2 DSA, 4 elliptic
- * curve, 0 other), or attribute 6, the key usage: bit n of the extension as 1 << n, so that
- * digitalSignature is 1, nonRepudiation 2, keyCertSign 32 and cRLSign 64; 0x1FF, everything, when
- * there is no such extension. 0 for other attributes, and for a key usage that cannot be read. */
+/* TalvoPKICertGetCertIntegerAttribute hands out TALVO_CERT_KEY_TYPE or TALVO_CERT_KEY_USAGE. 0 for
+ * other attributes, and for a key usage that cannot be read. */
 TALVO_API int32_t TalvoPKICertGetCertIntegerAttribute(const TalvoPKICert *cert, int32_t attribute,
                                                       int32_t *value) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertStringAttribute returns a new string: attribute 32 is the serial number in
- * plain decimal, 48 the subject and 49 the issuer as RFC 4514 text, most specific part first, UTF-8
- * unescaped. NULL for other attributes. */
+/* TalvoPKICertGetCertStringAttribute returns a new string with TALVO_CERT_SERIAL_NUMBER,
+ * TALVO_CERT_SUBJECT or TALVO_CERT_ISSUER. NULL for other attributes. */
 TALVO_API talvo_ustring *TalvoPKICertGetCertStringAttribute(const TalvoPKICert *cert,
                                                             int32_t attribute) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertHashAttribute hands out attribute 44, the digest of the DER by the given hash
- * number. */
+/* TalvoPKICertGetCertHashAttribute hands out TALVO_CERT_DIGEST by the given hash number. */
 TALVO_API int32_t TalvoPKICertGetCertHashAttribute(const TalvoPKICert *cert, int32_t attribute,
                                                    int32_t hash, uint8_t **digest,
                                                    size_t *length) TALVO_NOEXCEPT;
 /* TalvoPKICertGetCertIssuer returns the issuer as a new name. */
 TALVO_API talvo_cert_dn *TalvoPKICertGetCertIssuer(const TalvoPKICert *cert) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertValidity returns the new start (`which` 0) or end (1) of validity. */
+/* TalvoPKICertGetCertValidity returns a new time, the start or the end of validity. */
 TALVO_API talvo_time *TalvoPKICertGetCertValidity(const TalvoPKICert *cert,
                                                   int32_t which) TALVO_NOEXCEPT;
 /* TalvoPKICertGetCertPublicKey returns the certificate's key as a new public key, or NULL. `usage`
- * is 0x10000002 (signature verification) or 2. */
+ * is TALVO_USE_VERIFY or TALVO_USE_SIGN. */
 TALVO_API TalvoPKIPublicKey *TalvoPKICertGetCertPublicKey(const TalvoPKICert *cert,
                                                           int32_t usage) TALVO_NOEXCEPT;
-/* TalvoPKICertGetCertKeyPair returns a new handle of the private key. `flags` is 0 or 0x40000000
- * (unlock a locked key with the credential, NUL-terminated UTF-8; the key then stays unlocked),
- * `usage` is 2 (signing) or 0x10000002. NULL when there is no key, when it is and stays locked, and
- * when the unlocked key does not belong to the certificate. */
+/* TalvoPKICertGetCertKeyPair returns a new handle of the private key. `flags` is 0 or
+ * TALVO_KEY_PAIR_UNLOCK (unlock a locked key with the credential, NUL-terminated UTF-8; the key
+ * then stays unlocked), `usage` is TALVO_USE_SIGN or TALVO_USE_VERIFY. NULL when there is no key,
+ * when it is and stays locked, and when the unlocked key does not belong to the certificate. */
 TALVO_API TalvoPKIKeyPair *TalvoPKICertGetCertKeyPair(TalvoPKICert *cert, int32_t flags,
                                                       int32_t usage,
                                                       const char *credential) TALVO_NOEXCEPT;
@@ -277,6 +349,9 @@ TALVO_API int32_t TalvoPKICryptoHttpGet(const char *url, uint8_t **body, size_t 
 
 /* ---- time-stamps (RFC 3161) ---- */
 
+/* The PKIStatus of an answer; 2 and above are refusals. */
+enum { TALVO_TIME_STAMP_GRANTED = 0, TALVO_TIME_STAMP_GRANTED_WITH_MODS = 1 };
+
 /* TalvoPKIMsgNewTimeStamp returns a new, empty time-stamp object. */
 TALVO_API TalvoPKITimeStamp *TalvoPKIMsgNewTimeStamp(void) TALVO_NOEXCEPT;
 /* TalvoPKIMsgFreeTimeStamp releases a time-stamp object. */
@@ -293,10 +368,9 @@ TALVO_API int32_t TalvoPKIMsgTimeStampSetMessageImprint(TalvoPKITimeStamp *timeS
                                                         const uint8_t *digest,
                                                         size_t length) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetResponse sends the request (nonce, certificates asked for) and reads the
- * answer. `status` receives its PKIStatus: 0 granted, 1 granted with modifications, 2 and above
- * refused. The token of a granted one is checked (imprint, nonce, signature and time-stamping usage
- * of its signer) and kept in the object. 0 when authority, hash or imprint are not set or do not
- * fit, and when there was no usable answer. */
+ * answer. `status` receives its PKIStatus. The token of a granted one is checked (imprint, nonce,
+ * signature and time-stamping usage of its signer) and kept in the object. 0 when authority, hash
+ * or imprint are not set or do not fit, and when there was no usable answer. */
 TALVO_API int32_t TalvoPKIMsgTimeStampGetResponse(TalvoPKITimeStamp *timeStamp,
                                                   int32_t *status) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetTimeStampToken hands out the DER of the token; 0 when there is none. */

@@ -139,12 +139,17 @@ TALVO_API size_t talvo_data_blob_getlength(const talvo_data_blob *blob) TALVO_NO
 
 /* ---- Base64 (RFC 4648, standard alphabet) and hexadecimal ---- */
 
-/* talvo_base64_encode hands out new NUL-terminated text. Mode 4 is one padded line; mode 3 breaks
- * lines of 64 characters with a line feed, with none at the end. Other modes fail. `length`
- * (without the NUL) is optional. */
+enum {
+  TALVO_BASE64_DECODE = 2,  /* for decoding only */
+  TALVO_BASE64_LINES = 3,   /* lines of 64 characters, a line feed between them, none at the end */
+  TALVO_BASE64_ONE_LINE = 4 /* one padded line */
+};
+
+/* talvo_base64_encode hands out new NUL-terminated text; `mode` is TALVO_BASE64_LINES or
+ * TALVO_BASE64_ONE_LINE. Other modes fail. `length` (without the NUL) is optional. */
 TALVO_API int32_t talvo_base64_encode(const void *bytes, size_t length, int32_t mode, char **text,
                                       size_t *textLength) TALVO_NOEXCEPT;
-/* talvo_base64_decode hands out new bytes. Modes 2, 3 and 4 decode alike: space, tab, CR and LF
+/* talvo_base64_decode hands out new bytes. The three modes decode alike: space, tab, CR and LF
  * are skipped anywhere; anything else must be the alphabet with complete, correctly placed
  * padding. The bits that the last digit has beyond the last byte are not looked at. Text without
  * any digit decodes to no bytes: 0. */
@@ -235,7 +240,8 @@ TALVO_API void talvo_lock_free(talvo_lock *lock) TALVO_NOEXCEPT;
  * order. `capacity` is the room that it starts with. */
 TALVO_API talvo_stream *talvo_stream_newmemory(size_t capacity) TALVO_NOEXCEPT;
 /* talvo_stream_new_base64 returns a stream that decodes Base64 read from the stream it is pushed
- * onto. `direction` is 2 (decode), `lineLength` 64, `mode` 3, `flags` 0; anything else fails. */
+ * onto. `direction` is TALVO_BASE64_DECODE, `lineLength` 64, `mode` TALVO_BASE64_LINES, `flags` 0;
+ * anything else fails. */
 TALVO_API talvo_stream *talvo_stream_new_base64(int32_t direction, int32_t lineLength, int32_t mode,
                                                 int32_t flags) TALVO_NOEXCEPT;
 /* talvo_stream_push puts `filter` on top of `source`; `filter` then borrows `source`. 0 when
@@ -334,8 +340,12 @@ TALVO_API int32_t talvo_json_dump(const talvo_json *json, char **text,
 TALVO_API talvo_cert_dn *talvo_cert_dn_new(const void *der, size_t length) TALVO_NOEXCEPT;
 /* talvo_cert_dn_free releases a name. */
 TALVO_API void talvo_cert_dn_free(talvo_cert_dn *dn) TALVO_NOEXCEPT;
-/* talvo_cert_dn_getldapstring returns a new string. Form 1: RFC 4514, most specific part first,
- * UTF-8 unescaped. Other forms fail. */
+enum {
+  TALVO_DN_RFC4514 = 1 /* RFC 4514, most specific part first, UTF-8 unescaped */
+};
+
+/* talvo_cert_dn_getldapstring returns a new string; `form` is TALVO_DN_RFC4514. Other forms fail.
+ */
 TALVO_API talvo_ustring *talvo_cert_dn_getldapstring(const talvo_cert_dn *dn,
                                                      int32_t form) TALVO_NOEXCEPT;
 /* talvo_cert_dn_matchldapstring returns 1 when the text names the same distinguished name, else 0.

@@ -10,8 +10,9 @@
  * - Results: 1 for success and 0 for failure; a handle, and NULL on failure; counts are -1 for a
  * NULL handle. NULL arguments are allowed everywhere and make a function fail.
  * - The error word (uint32_t *error, always the last argument) receives a code on failure only.
- * Without an error word such a function does nothing and answers 0 or NULL. The codes stand in the
- * tables of the families below.
+ * Without an error word such a function does nothing and answers 0 or NULL. There are two families
+ * of codes, TALVO_SIGN_ERROR_ and TALVO_VERIFY_ERROR_; where a comment lists those that a function
+ * can give, it lists their numbers.
  * - Nodes: an XmlNode is a node of any kind, an XmlDoc one of kind document. Nodes that the library
  * made and nobody linked yet ("free-standing") belong to the caller and are released with
  * talvo_xml_node_free or at talvo_xml_end; a node inside a document belongs to the document.
@@ -21,23 +22,6 @@
  * - Threads: the library starts none. Distinct documents, records and contexts may be used in
  * distinct threads; one of them must not be used by two threads at once. Start-up and shut-down run
  * alone.
- *
- * Algorithm numbers:
- *   canonicalisation  1 C14N 1.0, 2 with comments, 3 exclusive, 4 exclusive with comments,
- *                     5 minimal, 6 C14N 1.1, 7 C14N 1.1 with comments
- *   transform         the same without 5, and 16 Base64, 32 XPath filter, 48 enveloped signature
- *   digest            1 SHA-1, 2 MD5, 3 SHA-224, 4 SHA-256, 5 SHA-384, 6 SHA-512, 7 RIPEMD-160,
- *                     8 SM3
- *   signature method  33-39 HMAC (SHA-1, MD5, SHA-224, SHA-256, SHA-384, SHA-512, RIPEMD-160),
- *                     65 RSA-SHA1, 66 RSA-MD5, 67 RSA-SHA224, 68-70 RSA-SHA256/384/512,
- *                     71 RSA-RIPEMD160, 72 DSA-SHA1,
- *                     73-77 ECDSA with SHA-1, SHA-224, SHA-256, SHA-384, SHA-512,
- *                     78-82 ESIGN with the same five, 83 SM2-SM3
- *   -1                an identifier that the library does not know
- *
- * Certificate options: 1 none, 2 the signer's own, 3 its path without the root, 4 its path with the
- * root. Dereferencing flags: 1 allows http and https, 2 verifies the references of a Manifest that
- * a same-document URI names.
  */
 #ifndef TALVO_XML_H
 #define TALVO_XML_H
@@ -65,6 +49,83 @@ typedef struct ObjectCtx ObjectCtx;
 typedef struct SignaturePropCtx SignaturePropCtx;
 typedef struct SignatureKey SignatureKey;
 typedef struct CertId CertId;
+
+/* ---- algorithms and options ---- */
+
+/* Every number of an algorithm can also be this one, which a signature that was read can hold. */
+enum {
+  TALVO_ALGORITHM_UNKNOWN = -1 /* an identifier that the library does not know */
+};
+/* Canonicalisation methods. */
+enum {
+  TALVO_C14N_10 = 1,
+  TALVO_C14N_10_WITH_COMMENTS = 2,
+  TALVO_C14N_EXCLUSIVE = 3,
+  TALVO_C14N_EXCLUSIVE_WITH_COMMENTS = 4,
+  TALVO_C14N_MINIMAL = 5, /* recognised and written, never computed */
+  TALVO_C14N_11 = 6,
+  TALVO_C14N_11_WITH_COMMENTS = 7
+};
+/* Transforms: the canonicalisation methods but TALVO_C14N_MINIMAL, and these. */
+enum {
+  TALVO_TRANSFORM_BASE64 = 16,
+  TALVO_TRANSFORM_XPATH = 32, /* the XPath filter */
+  TALVO_TRANSFORM_ENVELOPED = 48
+};
+/* Digest methods. */
+enum {
+  TALVO_DIGEST_SHA1 = 1,
+  TALVO_DIGEST_MD5 = 2, /* recognised and written, never computed */
+  TALVO_DIGEST_SHA224 = 3,
+  TALVO_DIGEST_SHA256 = 4,
+  TALVO_DIGEST_SHA384 = 5,
+  TALVO_DIGEST_SHA512 = 6,
+  TALVO_DIGEST_RIPEMD160 = 7, /* recognised and written, never computed */
+  TALVO_DIGEST_SM3 = 8
+};
+/* Signature methods. HMAC and RSA-MD5 are verified only; those of RIPEMD-160 and ESIGN are
+ * recognised only; RSA-SHA224 has no identifier, so that nothing can be signed with it. */
+enum {
+  TALVO_SIGNATURE_HMAC_SHA1 = 33,
+  TALVO_SIGNATURE_HMAC_MD5 = 34,
+  TALVO_SIGNATURE_HMAC_SHA224 = 35,
+  TALVO_SIGNATURE_HMAC_SHA256 = 36,
+  TALVO_SIGNATURE_HMAC_SHA384 = 37,
+  TALVO_SIGNATURE_HMAC_SHA512 = 38,
+  TALVO_SIGNATURE_HMAC_RIPEMD160 = 39,
+  TALVO_SIGNATURE_RSA_SHA1 = 65,
+  TALVO_SIGNATURE_RSA_MD5 = 66,
+  TALVO_SIGNATURE_RSA_SHA224 = 67,
+  TALVO_SIGNATURE_RSA_SHA256 = 68,
+  TALVO_SIGNATURE_RSA_SHA384 = 69,
+  TALVO_SIGNATURE_RSA_SHA512 = 70,
+  TALVO_SIGNATURE_RSA_RIPEMD160 = 71,
+  TALVO_SIGNATURE_DSA_SHA1 = 72,
+  TALVO_SIGNATURE_ECDSA_SHA1 = 73,
+  TALVO_SIGNATURE_ECDSA_SHA224 = 74,
+  TALVO_SIGNATURE_ECDSA_SHA256 = 75,
+  TALVO_SIGNATURE_ECDSA_SHA384 = 76,
+  TALVO_SIGNATURE_ECDSA_SHA512 = 77,
+  TALVO_SIGNATURE_ESIGN_SHA1 = 78,
+  TALVO_SIGNATURE_ESIGN_SHA224 = 79,
+  TALVO_SIGNATURE_ESIGN_SHA256 = 80,
+  TALVO_SIGNATURE_ESIGN_SHA384 = 81,
+  TALVO_SIGNATURE_ESIGN_SHA512 = 82,
+  TALVO_SIGNATURE_SM2_SM3 = 83
+};
+/* Certificate options. */
+enum {
+  TALVO_CERTIFICATES_NONE = 1,
+  TALVO_CERTIFICATES_SELF = 2, /* the signer's own */
+  TALVO_CERTIFICATES_PATH = 3, /* its path without the root */
+  TALVO_CERTIFICATES_PATH_WITH_ROOT = 4
+};
+/* Dereferencing flags. */
+enum {
+  TALVO_DEREFERENCE_NETWORK = 1,  /* allows http and https */
+  TALVO_DEREFERENCE_MANIFESTS = 2 /* verifies the references of a Manifest that a same-document URI
+                                     names */
+};
 
 /* ---- start and stop ---- */
 
@@ -94,9 +155,18 @@ TALVO_API const char *talvo_xml_getversion(void) TALVO_NOEXCEPT;
  * Entity references and document types are nodes too, of no kind: they can be stepped on, and every
  * question to them is answered as for NULL. */
 
-/* talvo_xml_node_gettype returns what a node is: 1 element, 2 attribute, 3 text or CDATA section,
- * 4 processing instruction, 5 comment, 6 document, 7 namespace declaration, and (uint32_t)-1 for
- * NULL and everything else, entity references among it. */
+/* The kinds of nodes. */
+enum {
+  TALVO_NODE_ELEMENT = 1,
+  TALVO_NODE_ATTRIBUTE = 2,
+  TALVO_NODE_TEXT = 3, /* or CDATA section */
+  TALVO_NODE_PROCESSING_INSTRUCTION = 4,
+  TALVO_NODE_COMMENT = 5,
+  TALVO_NODE_DOCUMENT = 6,
+  TALVO_NODE_NAMESPACE = 7 /* a namespace declaration */
+};
+/* talvo_xml_node_gettype returns what a node is, and (uint32_t)-1 for NULL and everything else,
+ * entity references among it. */
 TALVO_API uint32_t talvo_xml_node_gettype(const XmlNode *node) TALVO_NOEXCEPT;
 /* talvo_xml_node_getdoc returns the borrowed document of a node, the node itself when it is one;
  * NULL for a node that has none, which every namespace declaration, most new nodes and removed
@@ -175,8 +245,9 @@ TALVO_API XmlNode *talvo_xml_doc_getrootelement(const XmlDoc *doc) TALVO_NOEXCEP
  * exactly that declaration while they have no parent: the element that holds it must outlive them.
  */
 
-/* talvo_xml_doc_new returns a new, registered, empty document: `version` 0 for XML 1.0, 1 for XML
- * 1.1. NULL for another version. */
+enum { TALVO_XML_10 = 0, TALVO_XML_11 = 1 };
+/* talvo_xml_doc_new returns a new, registered, empty document: `version` is TALVO_XML_10 or
+ * TALVO_XML_11. NULL for another version. */
 TALVO_API XmlDoc *talvo_xml_doc_new(uint32_t version) TALVO_NOEXCEPT;
 /* talvo_xml_node_newelem returns a new, registered element with a local name, bound to the
  * namespace declaration `ns` (NULL for none). The name is not checked. */
@@ -267,13 +338,23 @@ TALVO_API void talvo_xml_doc_free(XmlDoc *doc) TALVO_NOEXCEPT;
  * DTDs and external entities that the document names are loaded, from files and over HTTP. Read
  * what comes from strangers with talvo_xml_parse_ex and both flags. */
 
+/* Parse flags. */
+enum {
+  TALVO_PARSE_NO_NETWORK = 1,  /* nothing is fetched over the network; what is there only counts as
+                                  missing */
+  TALVO_PARSE_NO_EXTERNALS = 2 /* neither network nor files: an external DTD stays unread, and so do
+                                  external parameter entities; a document that uses an external
+                                  entity is refused */
+};
+/* Dump flags. */
+enum {
+  TALVO_DUMP_NO_DECLARATION = 1 /* leaves out the XML declaration */
+};
+
 /* talvo_xml_parse returns a new, registered document read from `size` bytes (1 to 2,147,483,647);
  * NULL when they are no well-formed document. */
 TALVO_API XmlDoc *talvo_xml_parse(const void *buffer, int64_t size) TALVO_NOEXCEPT;
-/* talvo_xml_parse_ex is talvo_xml_parse with flags. 1: nothing is fetched over the network; what
- * is there only counts as missing. 2: neither network nor files: an external DTD stays unread, and
- * so do external parameter entities; a document that uses an external entity is refused. NULL for
- * other flags. */
+/* talvo_xml_parse_ex is talvo_xml_parse with parse flags. NULL for others. */
 TALVO_API XmlDoc *talvo_xml_parse_ex(const void *buffer, int64_t size,
                                      uint32_t flags) TALVO_NOEXCEPT;
 /* talvo_xml_parsefile returns a new, registered document read from a file, which may be compressed
@@ -281,8 +362,8 @@ TALVO_API XmlDoc *talvo_xml_parse_ex(const void *buffer, int64_t size,
  * file cannot be read or is no well-formed document, and for "-". */
 TALVO_API XmlDoc *talvo_xml_parsefile(const char *path) TALVO_NOEXCEPT;
 /* talvo_xml_doc_dump_ex returns a new blob with the document as text in the encoding of that name
- * (NULL for the document's own). Nothing is indented. Flag 1 leaves out the XML declaration; other
- * flags mean nothing. NULL for an unknown encoding and for a document without root element. */
+ * (NULL for the document's own). Nothing is indented. Other flags than dump flags mean nothing.
+ * NULL for an unknown encoding and for a document without root element. */
 TALVO_API talvo_data_blob *talvo_xml_doc_dump_ex(const XmlDoc *doc, const char *encoding,
                                                  uint32_t flags) TALVO_NOEXCEPT;
 /* talvo_xml_doc_dump is talvo_xml_doc_dump_ex in UTF-8. */
@@ -467,9 +548,24 @@ TALVO_API talvo_ustring *talvo_xml_signature_reference_gettransformuri(
 TALVO_API XmlNode *talvo_xml_signature_reference_gettransformnode(const Reference *reference,
                                                                   int32_t index) TALVO_NOEXCEPT;
 
+/* The kinds of the children of KeyInfo. */
+enum {
+  TALVO_KEYINFO_OTHER = -1, /* or no such child */
+  TALVO_KEYINFO_KEY_NAME = 1,
+  TALVO_KEYINFO_KEY_VALUE = 2,
+  TALVO_KEYINFO_RETRIEVAL_METHOD = 3,
+  TALVO_KEYINFO_X509_DATA = 4,
+  TALVO_KEYINFO_MGMT_DATA = 7
+};
+/* The kinds of a KeyValue. */
+enum {
+  TALVO_KEY_VALUE_OTHER = -1, /* or no KeyValue */
+  TALVO_KEY_VALUE_DSA = 1,
+  TALVO_KEY_VALUE_RSA = 2
+};
 /* The children of KeyInfo, in document order. talvo_xml_signature_getkeyinfocount returns how many
- * there are; 0 without KeyInfo; -1 for NULL. talvo_xml_signature_getkeyinfokind returns 1 KeyName, 2
- * KeyValue, 3 RetrievalMethod, 4 X509Data, 7 MgmtData, -1 anything else or no such child. */
+ * there are; 0 without KeyInfo; -1 for NULL. talvo_xml_signature_getkeyinfokind returns the kind.
+ */
 TALVO_API int32_t talvo_xml_signature_getkeyinfocount(const Signature *signature) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_getkeyinfokind(const Signature *signature,
                                                      int32_t index) TALVO_NOEXCEPT;
@@ -477,15 +573,15 @@ TALVO_API int32_t talvo_xml_signature_getkeyinfokind(const Signature *signature,
  * URI of a RetrievalMethod; NULL for another kind. */
 TALVO_API talvo_ustring *talvo_xml_signature_getkeyinfotext(const Signature *signature,
                                                             int32_t index) TALVO_NOEXCEPT;
-/* talvo_xml_signature_getkeyinfokeytype returns 2 for an RSA and 1 for a DSA KeyValue, -1 for
- * another child; talvo_xml_signature_getkeyinfokeybits the bits of its modulus or of its P, 0 for a
+/* talvo_xml_signature_getkeyinfokeytype returns the kind of a KeyValue;
+ * talvo_xml_signature_getkeyinfokeybits the bits of its modulus or of its P, 0 for a
  * DSA key that leaves P to the caller, -1 for another child. */
 TALVO_API int32_t talvo_xml_signature_getkeyinfokeytype(const Signature *signature,
                                                         int32_t index) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_getkeyinfokeybits(const Signature *signature,
                                                         int32_t index) TALVO_NOEXCEPT;
 /* talvo_xml_signature_getkeyinfonode returns the borrowed node of a child that the library does not
- * know (kind -1), else NULL. */
+ * know (TALVO_KEYINFO_OTHER), else NULL. */
 TALVO_API XmlNode *talvo_xml_signature_getkeyinfonode(const Signature *signature,
                                                       int32_t index) TALVO_NOEXCEPT;
 /* talvo_xml_signature_getkeyinfocertcount returns how many X509Certificate elements KeyInfo holds
@@ -507,11 +603,18 @@ TALVO_API talvo_ustring *talvo_xml_signature_getobjectmimetype(const Signature *
                                                                int32_t index) TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_signature_getobjectencoding(const Signature *signature,
                                                                int32_t index) TALVO_NOEXCEPT;
+/* What an Object holds: the items of one that was read, or all of an ObjectCtx. */
+enum {
+  TALVO_OBJECT_TEXT = 1,
+  TALVO_OBJECT_SIGNATURE = 2, /* read only */
+  TALVO_OBJECT_SIGNATURE_PROPERTIES = 3,
+  TALVO_OBJECT_MANIFEST = 4,
+  TALVO_OBJECT_NODE = 5 /* any other node, and those behind it in an ObjectCtx */
+};
 /* The content of the Object at `index`: its nodes from the first element child on, without blank
  * text, comments and processing instructions. The count is 0 for an Object without element child
- * and -1 for NULL or no such Object. The kind is 1 text, 2 a nested Signature, 3
- * SignatureProperties, 4 a Manifest, 5 any other node, -1 for no such item. The node is borrowed;
- * NULL for text. */
+ * and -1 for NULL or no such Object. The kind is -1 for no such item. The node is borrowed; NULL
+ * for text. */
 TALVO_API int32_t talvo_xml_signature_getobjectcontentcount(const Signature *signature,
                                                             int32_t index) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_getobjectcontentkind(const Signature *signature,
@@ -627,20 +730,22 @@ TALVO_API SignaturePropCtx *talvo_xml_signature_signaturepropctx_dup(SignaturePr
 TALVO_API void talvo_xml_signature_signaturepropctx_free(SignaturePropCtx *context) TALVO_NOEXCEPT;
 
 /* talvo_xml_signature_signedinfoctx_new makes the context of a signature. `id` (may be NULL) becomes
- * the Id of SignedInfo. `c14nMethod` is 1 to 4, 6 or 7; 3 and 4 need a list of at least one prefix
- * (ustrings), the others ignore it. `signatureMethod` is 65, 67 to 70, 72 to 77 or 83; 67 has no
- * identifier, so generating SignedInfo will fail. `references` is a list of at least one
- * ReferenceCtx, in the order in which they are written. The signer's own certificate is written
- * into KeyInfo unless talvo_xml_signature_signedinfoctx_setincludecertflag says otherwise, and no
- * XAdES property is asked for. */
+ * the Id of SignedInfo. `c14nMethod` is any but TALVO_C14N_MINIMAL; the exclusive ones need a list
+ * of at least one prefix (ustrings), the others ignore it. `signatureMethod` is one of RSA but
+ * TALVO_SIGNATURE_RSA_MD5 and ..._RSA_RIPEMD160, of DSA, ECDSA or SM2; with
+ * TALVO_SIGNATURE_RSA_SHA224, which has no identifier, generating SignedInfo will fail.
+ * `references` is a list of at least one ReferenceCtx, in the order in which they are written. The
+ * signer's own certificate is written into KeyInfo unless
+ * talvo_xml_signature_signedinfoctx_setincludecertflag says otherwise, and no XAdES property is
+ * asked for. */
 TALVO_API SignedInfoCtx *talvo_xml_signature_signedinfoctx_new(
     const talvo_ustring *id, uint32_t c14nMethod, const talvo_arraylist *prefixes,
     int32_t signatureMethod, const talvo_arraylist *references) TALVO_NOEXCEPT;
-/* talvo_xml_signature_referencectx_new makes the context of a reference. `digestMethod` is 1, 3 to 6
- * or 8. `uri` is stored percent-encoded (talvo_xml_uri_encode); "" is the whole document, and NULL a
- * reference without URI, whose octets are `content` (copied; otherwise NULL). One of the two is
- * required. `transforms` is a list of TransformCtx in the order in which they run; NULL and the
- * empty list mean none. `id`, `type`: the attributes, may be NULL. */
+/* talvo_xml_signature_referencectx_new makes the context of a reference. `digestMethod` is one that
+ * is computed. `uri` is stored percent-encoded (talvo_xml_uri_encode); "" is the whole document,
+ * and NULL a reference without URI, whose octets are `content` (copied; otherwise NULL). One of the
+ * two is required. `transforms` is a list of TransformCtx in the order in which they run; NULL and
+ * the empty list mean none. `id`, `type`: the attributes, may be NULL. */
 TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_new(
     uint32_t digestMethod, const talvo_ustring *id, const talvo_ustring *uri,
     const talvo_ustring *type, const talvo_data_blob *content,
@@ -652,12 +757,12 @@ TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_newwithhash(
     uint32_t digestMethod, const talvo_data_blob *digest, const talvo_ustring *id,
     const talvo_ustring *uri, const talvo_ustring *type,
     const talvo_arraylist *transforms) TALVO_NOEXCEPT;
-/* talvo_xml_signature_transformctx_new makes the context of a transform; `transform` is 1 to 4, 6,
- * 7, 16, 32 or 48. For 3 and 4 `parameter` is a `const talvo_arraylist *` of prefixes (ustrings),
- * not empty; NULL is accepted, but the transform cannot be run then, and signing fails with 3. For
- * 32 it is a `const talvo_ustring *` with the XPath expression, required; the expression is
- * evaluated with the namespaces in scope at the place where the signature writes it. The other
- * transforms ignore it. */
+/* talvo_xml_signature_transformctx_new makes the context of a transform. For the exclusive
+ * canonicalisations `parameter` is a `const talvo_arraylist *` of prefixes (ustrings), not empty;
+ * NULL is accepted, but the transform cannot be run then, and signing fails with 3. For
+ * TALVO_TRANSFORM_XPATH it is a `const talvo_ustring *` with the XPath expression, required; the
+ * expression is evaluated with the namespaces in scope at the place where the signature writes it.
+ * The other transforms ignore it. */
 TALVO_API TransformCtx *talvo_xml_signature_transformctx_new(int32_t transform,
                                                              const void *parameter) TALVO_NOEXCEPT;
 /* talvo_xml_signature_objectctx_newdata makes the context of an Object that holds a text. `data` is
@@ -686,31 +791,36 @@ TALVO_API ObjectCtx *talvo_xml_signature_objectctx_newsignprops(
 TALVO_API SignaturePropCtx *talvo_xml_signature_signaturepropctx_new(
     const talvo_ustring *id, const talvo_ustring *target, XmlNode *content) TALVO_NOEXCEPT;
 
+/* What a SignatureKey holds. */
+enum {
+  TALVO_SIGNATURE_KEY_HMAC = 1, /* a secret; made by verification only */
+  TALVO_SIGNATURE_KEY_CERTIFICATE = 4,
+  TALVO_SIGNATURE_KEY_PUBLIC = 5
+};
 /* Keys are not counted: a copy is an object of its own that holds a new handle of the same
  * certificate or public key, or a copy of the secret.
  *
- * talvo_xml_signature_key_newcert makes a key of type 4. */
+ * talvo_xml_signature_key_newcert makes a key that holds a certificate. */
 TALVO_API SignatureKey *talvo_xml_signature_key_newcert(const TalvoPKICert *certificate)
     TALVO_NOEXCEPT;
-/* talvo_xml_signature_key_newpubkey makes a key of type 5. */
+/* talvo_xml_signature_key_newpubkey makes a key that holds a public key. */
 TALVO_API SignatureKey *talvo_xml_signature_key_newpubkey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 TALVO_API SignatureKey *talvo_xml_signature_key_dup(const SignatureKey *key) TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_signature_key_free(SignatureKey *key) TALVO_NOEXCEPT;
-/* talvo_xml_signature_key_gettype returns 1 HMAC secret (made by verification only), 4 certificate,
- * 5 public key; 0 for NULL. */
+/* talvo_xml_signature_key_gettype returns what a key holds; 0 for NULL. */
 TALVO_API uint32_t talvo_xml_signature_key_gettype(const SignatureKey *key) TALVO_NOEXCEPT;
-/* talvo_xml_signature_key_getcert returns a new handle of the certificate of a key of type 4, else
+/* talvo_xml_signature_key_getcert returns a new handle of the certificate that a key holds, else
  * NULL. */
 TALVO_API TalvoPKICert *talvo_xml_signature_key_getcert(const SignatureKey *key) TALVO_NOEXCEPT;
-/* talvo_xml_signature_key_getpubkey returns a new handle of the key of a key of type 5, else NULL.
- */
+/* talvo_xml_signature_key_getpubkey returns a new handle of the public key that a key holds, else
+ * NULL. */
 TALVO_API TalvoPKIPublicKey *talvo_xml_signature_key_getpubkey(const SignatureKey *key)
     TALVO_NOEXCEPT;
 
 /* The setters return 1, or 0 for a value that they refuse; then the earlier value stays.
  *
  * talvo_xml_signature_signedinfoctx_setincludecertflag chooses the certificates written into KeyInfo
- * (certificate options 1 to 4). */
+ * (certificate options). */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_setincludecertflag(
     SignedInfoCtx *context, int32_t option) TALVO_NOEXCEPT;
 /* talvo_xml_signature_signedinfoctx_setsignaturevalueid sets the Id of SignatureValue, which a
@@ -724,8 +834,8 @@ TALVO_API int32_t talvo_xml_signature_signedinfoctx_setsignaturevalueid(
  * ..._xades_setusesigningtime writes the time of signing, or no time for 0. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setusesigningtime(
     SignedInfoCtx *context, int32_t flag) TALVO_NOEXCEPT;
-/* ..._xades_setsigningcertificateinfo names the signer's certificate by a digest (1, 3 to 6 or 8).
- * `option` is 2 the certificate alone, 3 its path without the root, 4 its path with the root. */
+/* ..._xades_setsigningcertificateinfo names the signer's certificate by a digest that is computed.
+ * `option` is a certificate option but TALVO_CERTIFICATES_NONE. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_xades_setsigningcertificateinfo(
     SignedInfoCtx *context, int32_t digestMethod, int32_t option) TALVO_NOEXCEPT;
 /* ..._xades_setsignaturepolicyimplied states that the signature policy follows from the context. */
@@ -753,7 +863,7 @@ TALVO_API talvo_ustring *talvo_xml_signature_signedinfoctx_getid(const SignedInf
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_getsignalgoid(const SignedInfoCtx *context)
     TALVO_NOEXCEPT;
 /* talvo_xml_signature_signedinfoctx_getc14nmethon returns the canonicalisation of SignedInfo;
- * ..._getc14nparam its prefixes, NULL unless the method is 3 or 4. */
+ * ..._getc14nparam its prefixes, NULL unless the method is exclusive. */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_getc14nmethon(const SignedInfoCtx *context)
     TALVO_NOEXCEPT;
 TALVO_API talvo_arraylist *talvo_xml_signature_signedinfoctx_getc14nparam(
@@ -782,12 +892,12 @@ TALVO_API ReferenceCtx *talvo_xml_signature_referencectx_decode(XmlNode *referen
     TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_transformctx_getalgoid(const TransformCtx *context)
     TALVO_NOEXCEPT;
-/* talvo_xml_signature_transformctx_getparam returns, for transforms 3 and 4, a new talvo_arraylist of
- * the prefixes, for 32 a new talvo_ustring with the expression, otherwise NULL. */
+/* talvo_xml_signature_transformctx_getparam returns a new talvo_arraylist of the prefixes for the
+ * exclusive canonicalisations, a new talvo_ustring with the expression for TALVO_TRANSFORM_XPATH,
+ * otherwise NULL. */
 TALVO_API void *talvo_xml_signature_transformctx_getparam(const TransformCtx *context)
     TALVO_NOEXCEPT;
-/* talvo_xml_signature_objectctx_gettype returns 1 data, 3 signature properties, 4 manifest, 5 nodes;
- * -1 for NULL. */
+/* talvo_xml_signature_objectctx_gettype returns one of the TALVO_OBJECT_ numbers; -1 for NULL. */
 TALVO_API int32_t talvo_xml_signature_objectctx_gettype(const ObjectCtx *context) TALVO_NOEXCEPT;
 /* The content by kind, NULL for a context of another kind: the borrowed node (NULL too once it has
  * moved), a list of SignaturePropCtx, a list of ReferenceCtx. */
@@ -860,22 +970,22 @@ TALVO_API int32_t talvo_xml_signature_setidattr(Signature *signature) TALVO_NOEX
  * container holds a line feed, a child, a line feed, and so on, and ends in a line feed; nothing is
  * indented.
  *
- * talvo_xml_signedinfonode_gen makes SignedInfo with empty DigestValues. It fails for signature
- * method 67. */
+ * talvo_xml_signedinfonode_gen makes SignedInfo with empty DigestValues. It fails for
+ * TALVO_SIGNATURE_RSA_SHA224. */
 TALVO_API XmlNode *talvo_xml_signedinfonode_gen(XmlDoc *doc, XmlNode *ns,
                                                 SignedInfoCtx *context) TALVO_NOEXCEPT;
-/* talvo_xml_c14nmethodnode_gen makes CanonicalizationMethod for methods 1 to 7. Methods 3 and 4 need
- * a list of at least one prefix, which stands inside as InclusiveNamespaces. */
+/* talvo_xml_c14nmethodnode_gen makes CanonicalizationMethod. The exclusive methods need a
+ * list of at least one prefix, which stands inside as InclusiveNamespaces. */
 TALVO_API XmlNode *talvo_xml_c14nmethodnode_gen(uint32_t c14nMethod,
                                                 const talvo_arraylist *prefixes,
                                                 XmlNode *ns) TALVO_NOEXCEPT;
 /* talvo_xml_refsnode_gen makes a run of Reference elements, each followed by a line feed, from a list
- * of at least one ReferenceCtx. DigestValues are empty. The prefix list of a transform 3 or 4 is not
- * written. A transform 32 writes an XPath element, which its context remembers until the context is
- * used again. */
+ * of at least one ReferenceCtx. DigestValues are empty. The prefix list of an exclusive
+ * canonicalisation is not written. TALVO_TRANSFORM_XPATH writes an XPath element, which its context
+ * remembers until the context is used again. */
 TALVO_API XmlNode *talvo_xml_refsnode_gen(XmlDoc *doc, const talvo_arraylist *references,
                                           XmlNode *ns) TALVO_NOEXCEPT;
-/* talvo_xml_digestmethodnode_gen makes DigestMethod for digests 1 to 8. */
+/* talvo_xml_digestmethodnode_gen makes DigestMethod. */
 TALVO_API XmlNode *talvo_xml_digestmethodnode_gen(uint32_t digestMethod,
                                                   XmlNode *ns) TALVO_NOEXCEPT;
 /* talvo_xml_digestvalue_gen makes DigestValue with the octets as one line of Base64. */
@@ -885,9 +995,9 @@ TALVO_API XmlNode *talvo_xml_digestvalue_gen(XmlDoc *doc, XmlNode *ns, const voi
 TALVO_API XmlNode *talvo_xml_signvaluenode_gen(XmlDoc *doc, XmlNode *ns,
                                                const talvo_ustring *id) TALVO_NOEXCEPT;
 /* talvo_xml_keyinfonode_gen makes KeyInfo with one X509Data for each certificate: the signer's (not
- * with option 1; the key must be of type 4 with any other), its issuers upwards (options 3 and 4;
- * none when the path cannot be built), and the extra certificates (a list of TalvoPKICert, may be
- * NULL) in their order. */
+ * with TALVO_CERTIFICATES_NONE; with any other option the key must hold it), its issuers upwards
+ * (the two options with its path; none when the path cannot be built), and the extra certificates
+ * (a list of TalvoPKICert, may be NULL) in their order. */
 TALVO_API XmlNode *talvo_xml_keyinfonode_gen(
     XmlDoc *doc, XmlNode *ns, const SignatureKey *key, int32_t includeCertOption,
     const talvo_arraylist *extraCertificates) TALVO_NOEXCEPT;
@@ -910,15 +1020,14 @@ TALVO_API XmlNode *talvo_xml_node_gen(XmlDoc *doc, XmlNode *ns, const talvo_ustr
 /* talvo_xml_xadesnode_qualifyingproperties_gen makes an Object with QualifyingProperties (prefix "xa",
  * XAdES 1.3.2) that hold the signed properties the context asks for; SignedProperties is empty when
  * it asks for none. `ns` is the namespace of the signature, `signatureId` its Id, `certificate` the
- * signer's. Codes: 3 a missing argument, exhausted memory or a node operation, 19 a certificate of
- * the path cannot be named, 29 the signer's certificate cannot be named or its path not be built. */
+ * signer's. Codes: 3 (also for a missing argument), 19 and 29 of the signing family. */
 TALVO_API XmlNode *talvo_xml_xadesnode_qualifyingproperties_gen(XmlDoc *doc, XmlNode *ns,
                                                                 const talvo_ustring *signatureId,
                                                                 SignedInfoCtx *context,
                                                                 const TalvoPKICert *certificate,
                                                                 uint32_t *error) TALVO_NOEXCEPT;
-/* talvo_xml_xadesnode_signingcertificate_cert_gen makes Cert, which names a certificate by digest (1,
- * 3 to 6 or 8), issuer and serial number. `ns` is the namespace of the signature. */
+/* talvo_xml_xadesnode_signingcertificate_cert_gen makes Cert, which names a certificate by a digest
+ * that is computed, issuer and serial number. `ns` is the namespace of the signature. */
 TALVO_API XmlNode *talvo_xml_xadesnode_signingcertificate_cert_gen(
     XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t digestMethod,
     const TalvoPKICert *certificate) TALVO_NOEXCEPT;
@@ -937,49 +1046,78 @@ TALVO_API XmlNode *talvo_xml_signature_xades_getLastChildPos(XmlDoc *doc,
  *
  * XML Signature 1.1. A signature is made in a fixed order: the elements are generated, Ids are
  * declared, the references are digested (those of Manifests first), SignedInfo is canonicalised and
- * signed. The codes that the functions of this section, of the next one and the XAdES generators
- * above write into their error word:
- *
- *   1  the key could not sign (it does not fit the method, the method has no signing algorithm), or
- *      dereferencing failed for a reason that has no code of its own; in the next section: a
- *      required argument is missing or refused, or the property could not be built or placed
- *   3  memory is exhausted; an element could not be generated or linked (a method without
- *      identifier, a certificate that a key without one should have); SignedInfo or a prefix list
- *      could not be canonicalised or read
- *   4  a URI of a form that is not supported: a scheme other than http and https, an absolute path,
- *      a fragment behind a file name, a malformed XPointer
- *   5  what a URI names does not exist: no element with that Id in the document, no such file, no
- *      answer 200 from the server
- *   6  a required argument is missing
- *   8  the canonicalisation method cannot be used here
- *   9  no private key
- *   10 an HMAC method or secret: the library signs with key pairs only
- *   11 the signature method cannot sign (found by the key check)
- *   12 the digest method cannot be computed, or not be used for a time-stamp
- *   13 a transform yielded nothing
- *   14 more than one reference without URI, or one inside a Manifest
- *   15 an Id attribute could not be declared
- *   16 the parent is no element of the document, or the sibling no child of the parent
- *   17 the key pair does not belong to the certificate or public key
- *   18 the key usage of the certificate does not allow signatures
- *   19 a certificate of the signer's path cannot be named in SigningCertificate
- *   20 an element that should have been there is missing (SignedInfo, DigestValue, SignatureValue),
- *      or there are not as many Manifest elements as contexts of Manifests
- *   21 not a Signature element, or one that cannot be completed or lacks its SignatureValue
- *   22 SignatureValue could not be canonicalised
- *   23 the time-stamp could not be obtained, or is asked for in a way that cannot be understood
- *   24 no private key for the certificate (talvo_xml_signature_sign_ex)
- *   25 the JSON parameters are no object or cannot be understood; talvo_xml_signature_checkparameters
- *      tells what is wrong with them
- *   26 the SignatureValue that is to be countersigned has no Id, or one that leads to another element
- *   27 not a Reference element, one that cannot be decoded, or one without URI
- *   28 a URI leads to the network, which the dereferencing flags forbid
- *   29 the signer's certificate cannot be named in SigningCertificate, or its path not be built
- *
- * 2, 7, 18, 19 and 24 can also come from digesting a reference, with the meaning that the table of
- * the verifying family gives them.
- *
- * talvo_xml_signature_signex makes a new Signature element (prefix "ds") and signs.
+ * signed. */
+
+/* The codes that the functions of this section, of the next one and the XAdES generators above
+ * write into their error word. 2, 7, 18, 19 and 24 can also come from digesting a reference, with
+ * the meaning that they have as TALVO_VERIFY_ERROR_. */
+enum {
+  /* the key could not sign (it does not fit the method, the method has no signing algorithm), or
+     dereferencing failed for a reason that has no code of its own; in the next section: a
+     required argument is missing or refused, or the property could not be built or placed */
+  TALVO_SIGN_ERROR_FAILED = 1,
+  /* memory is exhausted; an element could not be generated or linked (a method without
+     identifier, a certificate that a key without one should have); SignedInfo or a prefix list
+     could not be canonicalised or read */
+  TALVO_SIGN_ERROR_OUT_OF_MEMORY = 3,
+  /* a URI of a form that is not supported: a scheme other than http and https, an absolute path,
+     a fragment behind a file name, a malformed XPointer */
+  TALVO_SIGN_ERROR_UNSUPPORTED_URI = 4,
+  /* what a URI names does not exist: no element with that Id in the document, no such file, no
+     answer 200 from the server */
+  TALVO_SIGN_ERROR_NOT_FOUND = 5,
+  /* a required argument is missing */
+  TALVO_SIGN_ERROR_MISSING_ARGUMENT = 6,
+  /* the canonicalisation method cannot be used here */
+  TALVO_SIGN_ERROR_C14N_METHOD = 8,
+  /* no private key */
+  TALVO_SIGN_ERROR_NO_KEY = 9,
+  /* an HMAC method or secret: the library signs with key pairs only */
+  TALVO_SIGN_ERROR_HMAC_KEY = 10,
+  /* the signature method cannot sign (found by the key check) */
+  TALVO_SIGN_ERROR_SIGNATURE_METHOD = 11,
+  /* the digest method cannot be computed, or not be used for a time-stamp */
+  TALVO_SIGN_ERROR_DIGEST_METHOD = 12,
+  /* a transform yielded nothing */
+  TALVO_SIGN_ERROR_TRANSFORM_FAILED = 13,
+  /* more than one reference without URI, or one inside a Manifest */
+  TALVO_SIGN_ERROR_REFERENCES_WITHOUT_URI = 14,
+  /* an Id attribute could not be declared */
+  TALVO_SIGN_ERROR_ID_REGISTRATION = 15,
+  /* the parent is no element of the document, or the sibling no child of the parent */
+  TALVO_SIGN_ERROR_PLACEMENT = 16,
+  /* the key pair does not belong to the certificate or public key */
+  TALVO_SIGN_ERROR_KEY_MISMATCH = 17,
+  /* the key usage of the certificate does not allow signatures */
+  TALVO_SIGN_ERROR_CERTIFICATE_USAGE = 18,
+  /* a certificate of the signer's path cannot be named in SigningCertificate */
+  TALVO_SIGN_ERROR_PATH_CERTIFICATE = 19,
+  /* an element that should have been there is missing (SignedInfo, DigestValue, SignatureValue),
+     or there are not as many Manifest elements as contexts of Manifests */
+  TALVO_SIGN_ERROR_MISSING_ELEMENT = 20,
+  /* not a Signature element, or one that cannot be completed or lacks its SignatureValue */
+  TALVO_SIGN_ERROR_NOT_A_SIGNATURE = 21,
+  /* SignatureValue could not be canonicalised */
+  TALVO_SIGN_ERROR_CANONICALIZATION = 22,
+  /* the time-stamp could not be obtained, or is asked for in a way that cannot be understood */
+  TALVO_SIGN_ERROR_TIME_STAMP = 23,
+  /* no private key for the certificate (talvo_xml_signature_sign_ex) */
+  TALVO_SIGN_ERROR_NO_KEY_FOR_CERTIFICATE = 24,
+  /* the JSON parameters are no object or cannot be understood;
+     talvo_xml_signature_checkparameters tells what is wrong with them */
+  TALVO_SIGN_ERROR_PARAMETERS = 25,
+  /* the SignatureValue that is to be countersigned has no Id, or one that leads to another
+     element */
+  TALVO_SIGN_ERROR_NO_SIGNATURE_VALUE_ID = 26,
+  /* not a Reference element, one that cannot be decoded, or one without URI */
+  TALVO_SIGN_ERROR_NOT_A_REFERENCE = 27,
+  /* a URI leads to the network, which the dereferencing flags forbid */
+  TALVO_SIGN_ERROR_NETWORK_REFUSED = 28,
+  /* the signer's certificate cannot be named in SigningCertificate, or its path not be built */
+  TALVO_SIGN_ERROR_SIGNING_CERTIFICATE = 29
+};
+
+/* talvo_xml_signature_signex makes a new Signature element (prefix "ds") and signs.
  *
  * Its place: right behind `sibling`, a child of `parent`; without sibling, as the last child of
  * `parent`, an element of `doc`; without parent, as the new root element of `doc`, whose earlier
@@ -1046,8 +1184,8 @@ TALVO_API int32_t talvo_xml_signature_sign_ex(XmlNode *signatureElement, TalvoPK
  *
  * talvo_xml_signature_calcrefdigestvalue fills the empty DigestValue elements of SignedInfo from the
  * contexts, matched by position. A digest that a context brings along is written unread. Ids must
- * have been declared (talvo_xml_signature_setid). `dereferenceFlag`: 1 allows http and https, 0 does
- * not; `basePath` may be NULL. Returns 1, or 0 with 1 to 6, 12, 13, 20 or 28; digests written
+ * have been declared (talvo_xml_signature_setid). `dereferenceFlag` is TALVO_DEREFERENCE_NETWORK or
+ * 0; `basePath` may be NULL. Returns 1, or 0 with 1 to 6, 12, 13, 20 or 28; digests written
  * before the failure stay. */
 TALVO_API int32_t talvo_xml_signature_calcrefdigestvalue(XmlDoc *doc, XmlNode *signatureElement,
                                                          SignedInfoCtx *context,
@@ -1056,8 +1194,9 @@ TALVO_API int32_t talvo_xml_signature_calcrefdigestvalue(XmlDoc *doc, XmlNode *s
                                                          uint32_t *error) TALVO_NOEXCEPT;
 /* talvo_xml_signature_calcsignature canonicalises SignedInfo, signs it and fills the empty
  * SignatureValue: RSA values as they are; r and s of DSA, ECDSA and SM2 one behind the other, each as
- * wide as the group order. Method and prefixes (needed for 3 and 4) are those that SignedInfo states;
- * that is not checked. Returns 1, or 0 with 1, 3, 6, 8, 10 or 20 and the document as it was. */
+ * wide as the group order. Method and prefixes (needed for the exclusive methods) are those that
+ * SignedInfo states; that is not checked. Returns 1, or 0 with 1, 3, 6, 8, 10 or 20 and the
+ * document as it was. */
 TALVO_API int32_t talvo_xml_signature_calcsignature(XmlDoc *doc, XmlNode *signatureElement,
                                                     TalvoPKIKeyPair *keyPair,
                                                     int32_t signatureMethod, uint32_t c14nMethod,
@@ -1084,10 +1223,10 @@ TALVO_API talvo_ustring *talvo_xml_signature_calref(XmlNode *referenceElement,
  *
  * talvo_xml_signature_xades_addsignaturetimestamp asks the authority (RFC 3161, http or https URL)
  * for a time-stamp over the canonical form of SignatureValue and adds it as SignatureTimeStamp.
- * `c14nMethod` is 1 to 4, 6 or 7 (3 and 4 need `prefixes`) and is written into the property; below 1
- * none is written, which stands for C14N 1.0. Note that a verifier reads back the prefixes of method
- * 3 only. `digestMethod` is 1, 3 to 6 or 8. `id` may be NULL. `timeStamp` (may be NULL) receives a new
- * object, released with TalvoPKIMsgFreeTimeStamp.
+ * `c14nMethod` is any but TALVO_C14N_MINIMAL (the exclusive ones need `prefixes`) and is written
+ * into the property; below 1 none is written, which stands for C14N 1.0. Note that a verifier reads
+ * back the prefixes of TALVO_C14N_EXCLUSIVE only. `digestMethod` is one that is computed. `id` may
+ * be NULL. `timeStamp` (may be NULL) receives a new object, released with TalvoPKIMsgFreeTimeStamp.
  *
  * Returns 1, or 0 with 1, 8, 12, 21, 22 or 23 of the table above. 23 covers everything between the
  * request and a granted, matching token. The call blocks for at most 60 seconds. */
@@ -1111,11 +1250,11 @@ TALVO_API int32_t talvo_xml_signature_xades_verifysignaturetimestamp(
 TALVO_API int32_t talvo_xml_signature_xades_addcertificatevalues(
     XmlNode *signatureElement, const TalvoPKICert *certificate) TALVO_NOEXCEPT;
 /* talvo_xml_signature_xades_addcompletecertificaterefs adds CompleteCertificateRefs, which names the
- * issuers of the certificate from the nearest up to the self-issued one, each by digest (1, 3 to 6
- * or 8), issuer and serial number. The issuers are taken from the certificate's companions. `id` may
- * be NULL; `reserved` must be NULL. Each call adds a property of its own. Returns 1, also for a
- * self-issued certificate, which has no issuers, so that nothing is added; 0 when the path cannot be
- * built or a certificate not be named. */
+ * issuers of the certificate from the nearest up to the self-issued one, each by a digest that
+ * is computed, issuer and serial number. The issuers are taken from the certificate's companions.
+ * `id` may be NULL; `reserved` must be NULL. Each call adds a property of its own. Returns 1, also
+ * for a self-issued certificate, which has no issuers, so that nothing is added; 0 when the path
+ * cannot be built or a certificate not be named. */
 TALVO_API int32_t talvo_xml_signature_xades_addcompletecertificaterefs(
     XmlNode *signatureElement, const talvo_ustring *id, int32_t digestMethod,
     const TalvoPKICert *certificate, const void *reserved) TALVO_NOEXCEPT;
@@ -1127,9 +1266,11 @@ TALVO_API int32_t talvo_xml_signature_xades_addcompletecertificaterefs(
 TALVO_API int32_t talvo_xml_signature_xades_add_revocationvalues_crl(XmlNode *signatureElement,
                                                                      const void *crl,
                                                                      int32_t length) TALVO_NOEXCEPT;
+enum { TALVO_CRL_REF_IDENTIFIER = 1 };
 /* talvo_xml_signature_xades_add_completerevocationrefs_crl adds a reference to a CRL to
- * CompleteRevocationRefs: its digest (1, 3 to 6 or 8) and, with flag 1, an identifier of issuer, time
- * of issue and, when the CRL states it, number. The list is made and found as that of CRL values is;
+ * CompleteRevocationRefs: its digest by a method that is computed and, with
+ * TALVO_CRL_REF_IDENTIFIER, an identifier of issuer, time of issue and, when the CRL states it,
+ * number. The list is made and found as that of CRL values is;
  * its established name is CRLRef where it is made and CRLRefs where it is looked for. Returns 1 or
  * 0. */
 TALVO_API int32_t talvo_xml_signature_xades_add_completerevocationrefs_crl(
@@ -1144,12 +1285,12 @@ TALVO_API int32_t talvo_xml_signature_xades_set_certificatevalues_id(
 TALVO_API int32_t talvo_xml_signature_xades_set_completerevocationrefs_id(
     XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
 /* talvo_xml_signature_xades_countersign countersigns: it adds a CounterSignature with a Signature
- * that covers the SignatureValue of this one, which must have an Id as its first attribute. `key` is
- * of type 4, and its certificate carries its private key. `parameters` are those of
+ * that covers the SignatureValue of this one, which must have an Id as its first attribute. `key`
+ * holds a certificate that carries its private key. `parameters` are those of
  * talvo_xml_signature_sign_ex; to their "References", which may be absent, the one to the
- * SignatureValue is appended with `digestMethod` (1, 3 to 6 or 8). They are not changed. `id` (may be
- * NULL) is the Id of the new Signature. `counterSignature` (may be NULL) receives the new, borrowed
- * element as soon as it stands in the document, also when signing then fails.
+ * SignatureValue is appended with `digestMethod`, one that is computed. They are not changed. `id`
+ * (may be NULL) is the Id of the new Signature. `counterSignature` (may be NULL) receives the new,
+ * borrowed element as soon as it stands in the document, also when signing then fails.
  *
  * Returns 1, or 0 with 1, 21, 25 or 26 of the table above and the document as it was, or with a code
  * of talvo_xml_signature_sign_ex (25 for parameters that it cannot read, 24 without private key ...).
@@ -1179,38 +1320,63 @@ TALVO_API int32_t talvo_xml_signature_xades_verifycountersignature(
  * then certificates added by talvo_xml_signature_addcert, then XAdES certificate values; the first
  * one that verifies is taken. Certificates need a key of the method's family and a key usage that
  * allows signatures; ECDSA and SM2 use no key values. HMAC uses the key of
- * talvo_xml_signature_sethmackey. The codes of this section, and of dereferencing, transforming and
- * digesting a reference:
- *
- *   1  no candidate key verifies the signature value, or the value has the wrong length
- *   2  a DigestValue differs or has the wrong length for its method; a file could not be digested;
- *      the current directory cannot be read
- *   3  memory is exhausted, or SignedInfo could not be canonicalised
- *   4  a URI or base of a form that is not supported: a fragment behind a file name, an absolute
- *      path, a scheme other than http and https, a malformed XPointer
- *   5  what a URI names does not exist: no element with that Id, no such file, no answer 200
- *   6  a required argument is missing; no external data for the reference without URI
- *   7  a transform that the library does not know
- *   8  the canonicalisation method of SignedInfo is not supported
- *   9  no key that could be tried
- *   10 the HMAC method is not supported
- *   11 the signature method is not supported
- *   12 the digest method is not supported (external data)
- *   13 a transform or the final canonicalisation of a reference yielded nothing
- *   14 more than one reference without URI
- *   15 the Ids of the document could not be declared
- *   16 the document holds no signature
- *   17 a Signature element cannot be decoded
- *   18 the prefix list of an exclusive canonicalisation is malformed
- *   19 not a Reference element that can be decoded, or a hash failed
- *   21 a URI leads to the network, which the flags forbid
- *   22 a Manifest cannot be decoded, leads back to itself, or stands too deep in others
- *   23 the key that verifies is not a certificate that the XAdES SigningCertificate names
- *   24 an XPath transform without its expression
- *
- * Verification reads files and fetches URLs that the document names; only the functions with flags
- * can be kept off the network (flag 1 absent), and relative references always reach files below and
- * above the base path.
+ * talvo_xml_signature_sethmackey. */
+
+/* The codes of this section, and of dereferencing, transforming and digesting a reference. */
+enum {
+  /* no candidate key verifies the signature value, or the value has the wrong length */
+  TALVO_VERIFY_ERROR_INVALID_SIGNATURE = 1,
+  /* a DigestValue differs or has the wrong length for its method; a file could not be digested;
+     the current directory cannot be read */
+  TALVO_VERIFY_ERROR_INVALID_REFERENCE = 2,
+  /* memory is exhausted, or SignedInfo could not be canonicalised */
+  TALVO_VERIFY_ERROR_OUT_OF_MEMORY = 3,
+  /* a URI or base of a form that is not supported: a fragment behind a file name, an absolute
+     path, a scheme other than http and https, a malformed XPointer */
+  TALVO_VERIFY_ERROR_UNSUPPORTED_URI = 4,
+  /* what a URI names does not exist: no element with that Id, no such file, no answer 200 */
+  TALVO_VERIFY_ERROR_NOT_FOUND = 5,
+  /* a required argument is missing; no external data for the reference without URI */
+  TALVO_VERIFY_ERROR_MISSING_ARGUMENT = 6,
+  /* a transform that the library does not know */
+  TALVO_VERIFY_ERROR_UNKNOWN_TRANSFORM = 7,
+  /* the canonicalisation method of SignedInfo is not supported */
+  TALVO_VERIFY_ERROR_C14N_METHOD = 8,
+  /* no key that could be tried */
+  TALVO_VERIFY_ERROR_NO_KEY = 9,
+  /* the HMAC method is not supported */
+  TALVO_VERIFY_ERROR_HMAC_METHOD = 10,
+  /* the signature method is not supported */
+  TALVO_VERIFY_ERROR_SIGNATURE_METHOD = 11,
+  /* the digest method is not supported (external data) */
+  TALVO_VERIFY_ERROR_DIGEST_METHOD = 12,
+  /* a transform or the final canonicalisation of a reference yielded nothing */
+  TALVO_VERIFY_ERROR_TRANSFORM_FAILED = 13,
+  /* more than one reference without URI */
+  TALVO_VERIFY_ERROR_REFERENCES_WITHOUT_URI = 14,
+  /* the Ids of the document could not be declared */
+  TALVO_VERIFY_ERROR_ID_REGISTRATION = 15,
+  /* the document holds no signature */
+  TALVO_VERIFY_ERROR_NO_SIGNATURE = 16,
+  /* a Signature element cannot be decoded */
+  TALVO_VERIFY_ERROR_UNDECODABLE = 17,
+  /* the prefix list of an exclusive canonicalisation is malformed */
+  TALVO_VERIFY_ERROR_PREFIX_LIST = 18,
+  /* not a Reference element that can be decoded, or a hash failed */
+  TALVO_VERIFY_ERROR_NOT_A_REFERENCE = 19,
+  /* a URI leads to the network, which the flags forbid */
+  TALVO_VERIFY_ERROR_NETWORK_REFUSED = 21,
+  /* a Manifest cannot be decoded, leads back to itself, or stands too deep in others */
+  TALVO_VERIFY_ERROR_MANIFEST = 22,
+  /* the key that verifies is not a certificate that the XAdES SigningCertificate names */
+  TALVO_VERIFY_ERROR_SIGNING_CERTIFICATE = 23,
+  /* an XPath transform without its expression */
+  TALVO_VERIFY_ERROR_XPATH_ELEMENT = 24
+};
+
+/* Verification reads files and fetches URLs that the document names; only the functions with flags
+ * can be kept off the network (TALVO_DEREFERENCE_NETWORK absent), and relative references always
+ * reach files below and above the base path.
  *
  * talvo_xml_signature_verify_ex verifies every ds:Signature element of the document, nested ones
  * too, in document order: first the value, then the references. `basePath` (may be NULL) is where
@@ -1228,15 +1394,14 @@ TALVO_API int32_t talvo_xml_signature_verify(XmlDoc *doc, const void *externalDa
                                              talvo_arraylist **keys,
                                              uint32_t *error) TALVO_NOEXCEPT;
 /* talvo_xml_signature_signaturevalidation checks the signature value of a decoded signature. Returns
- * 1 and hands out through `key` (may be NULL) the key that verified: type 4 for a certificate, which
- * the record also remembers for talvo_xml_signature_getsigncert, 5 for a key value, 1 for an HMAC
- * secret. The caller releases it with talvo_xml_signature_key_free. 0 with 1, 3, 6, 8 to 11, 18 or 23
- * and NULL for the key. */
+ * 1 and hands out through `key` (may be NULL) the key that verified: a certificate, which the
+ * record also remembers for talvo_xml_signature_getsigncert, a public key or an HMAC secret. The
+ * caller releases it with talvo_xml_signature_key_free. 0 with 1, 3, 6, 8 to 11, 18 or 23 and NULL
+ * for the key. */
 TALVO_API int32_t talvo_xml_signature_signaturevalidation(Signature *signature, SignatureKey **key,
                                                           uint32_t *error) TALVO_NOEXCEPT;
 /* talvo_xml_signature_referencevalidation_ex checks the references of a decoded signature in document
- * order and stops at the first that does not hold. `flags` are dereferencing flags: 1 allows http
- * and https, 2 also verifies the references of a Manifest that a same-document URI names. Relative
+ * order and stops at the first that does not hold. `flags` are dereferencing flags. Relative
  * URIs start from the base path of the record. `externalData` is digested for the one reference
  * without URI. Ids must have been declared. Returns 1, or 0 with 2 to 7, 12 to 14, 18, 19, 21, 22 or
  * 24. */
@@ -1253,7 +1418,7 @@ TALVO_API int32_t talvo_xml_signature_referencevalidation_ex2(const Signature *s
                                                               const void *externalData,
                                                               size_t length, int32_t *failed,
                                                               uint32_t *error) TALVO_NOEXCEPT;
-/* talvo_xml_signature_referencevalidation is the first of them with flag 1. */
+/* talvo_xml_signature_referencevalidation is the first of them with TALVO_DEREFERENCE_NETWORK. */
 TALVO_API int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
                                                           const void *externalData, size_t length,
                                                           uint32_t *error) TALVO_NOEXCEPT;
@@ -1264,7 +1429,8 @@ TALVO_API int32_t talvo_xml_signature_verifyref_ex(XmlNode *referenceElement, ui
                                                    const talvo_ustring *basePath,
                                                    const void *externalData, size_t length,
                                                    uint32_t *error) TALVO_NOEXCEPT;
-/* talvo_xml_signature_verifyref is the same with flag 1 and without base path. */
+/* talvo_xml_signature_verifyref is the same with TALVO_DEREFERENCE_NETWORK and without base path.
+ */
 TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const void *externalData,
                                                 size_t length, uint32_t *error) TALVO_NOEXCEPT;
 
@@ -1276,7 +1442,7 @@ TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const
  *   "#name"                the element with this ID, without comments
  *   "#xpointer(/)"         the document, with comments
  *   "#xpointer(id('x'))"   the element with this ID, with comments; double quotes do as well
- *   "http:", "https:"      fetched, when dereferencing flag 1 allows it
+ *   "http:", "https:"      fetched, when TALVO_DEREFERENCE_NETWORK allows it
  *   "folder/file.bin"      the file below the base of the Reference element, when xml:base or the
  *                          location of the document gives it an absolute one; otherwise below the
  *                          base path, an absolute path or a "file://" URL; otherwise below the
@@ -1295,10 +1461,10 @@ TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const
 
 /* talvo_xml_c14nnode returns a new blob with the canonical octets of the node's subtree, in the
  * context of its document: namespaces in scope and, for the inclusive methods, inherited xml:
- * attributes count. `mode` is a canonicalisation method, 1 to 4, 6 or 7; 2, 4 and 7 keep comments.
- * A document stands for all of its nodes. `prefixes`, a list of ustrings, is the
- * InclusiveNamespaces PrefixList of methods 3 and 4 ("#default" for the default namespace); NULL
- * for none, and not looked at by the other methods. The document is not changed.
+ * attributes count. `mode` is a canonicalisation method but TALVO_C14N_MINIMAL. A document stands
+ * for all of its nodes. `prefixes`, a list of ustrings, is the InclusiveNamespaces PrefixList of
+ * the exclusive methods ("#default" for the default namespace); NULL for none, and not looked at by
+ * the other methods. The document is not changed.
  *
  * NULL for another mode, a NULL node, a node that is not linked into a document, a prefix that
  * holds a NUL, a document that cannot be canonicalised (see above), and exhausted memory. */
@@ -1313,16 +1479,22 @@ TALVO_API talvo_ustring *talvo_xml_uri_encode(const talvo_ustring *uri) TALVO_NO
 
 /* ---- algorithms by number ---- */
 
+/* Kinds of algorithms. */
+enum {
+  TALVO_ALGORITHM_C14N = 1,
+  TALVO_ALGORITHM_DIGEST = 2,
+  TALVO_ALGORITHM_SIGNATURE = 3,
+  TALVO_ALGORITHM_TRANSFORM = 4,
+  TALVO_ALGORITHM_CERTIFICATES = 5 /* certificate options, which have JSON names only */
+};
 /* talvo_xml_algorithm_getname returns the borrowed short English name of an algorithm (for example
- * "RSA-SHA256"), or NULL for a number that its kind does not have. `kind` is 1 canonicalisation, 2
- * digest, 3 signature method, 4 transform. */
+ * "RSA-SHA256"), or NULL for a number that its kind does not have. */
 TALVO_API const char *talvo_xml_algorithm_getname(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
 /* talvo_xml_algorithm_geturi returns the identifier that is written for the algorithm as a new
  * string, or NULL where there is none. */
 TALVO_API talvo_ustring *talvo_xml_algorithm_geturi(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
 /* talvo_xml_algorithm_getjsonname returns the borrowed name that chooses the algorithm in the JSON
- * signing parameters, or NULL where it cannot be chosen there. Kind 5 are the certificate options.
- */
+ * signing parameters, or NULL where it cannot be chosen there. */
 TALVO_API const char *talvo_xml_algorithm_getjsonname(uint32_t kind, int32_t number) TALVO_NOEXCEPT;
 
 #ifdef __cplusplus
