@@ -3,9 +3,11 @@
 // happens.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "base/handle.h"
@@ -49,13 +51,30 @@ Owned<T> make(Site site, Arguments &&...arguments) noexcept {
   return Owned<T>(new (place) T{std::forward<Arguments>(arguments)...});
 }
 
-// `length` bytes of talvo_malloc.
+// Room for `length` octets or characters, or null.
 inline ByteBuffer makeBytes(Site site, size_t length) noexcept {
   return ByteBuffer(static_cast<uint8_t *>(talvo_malloc(length, site.file, site.line)));
 }
 
-inline TextBuffer makeText(Site site, size_t length) noexcept {
+inline TextBuffer makeChars(Site site, size_t length) noexcept {
   return TextBuffer(static_cast<char *>(talvo_malloc(length, site.file, site.line)));
+}
+
+inline ByteBuffer copyBytes(Site site, Bytes bytes) noexcept {
+  ByteBuffer copy = makeBytes(site, bytes.size());
+  if (copy) {
+    std::copy(bytes.begin(), bytes.end(), copy.get());
+  }
+  return copy;
+}
+
+// With a NUL behind the copy.
+inline TextBuffer copyText(Site site, std::string_view text) noexcept {
+  TextBuffer copy = makeChars(site, text.size() + 1);
+  if (copy) {
+    *std::copy(text.begin(), text.end(), copy.get()) = '\0';
+  }
+  return copy;
 }
 
 }  // namespace talvo

@@ -2,6 +2,7 @@
 // threads.
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 
 #include "base/memory.h"
@@ -15,6 +16,7 @@ struct Counted {
 template <class T>
 T *dup(T *object) noexcept {
   if (object != nullptr) {
+    assert(object->refCount > 0);
     ++object->refCount;
   }
   return object;
@@ -22,6 +24,7 @@ T *dup(T *object) noexcept {
 
 template <class T>
 void release(T *object) noexcept {
+  assert(object == nullptr || object->refCount > 0);
   if (object != nullptr && --object->refCount == 0) {
     destroy(object);
   }

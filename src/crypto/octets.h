@@ -27,11 +27,7 @@ inline Octets makeOctets(Site site, size_t length) noexcept {
 }
 
 inline Octets copyOctets(Bytes bytes) noexcept {
-  Octets copy = makeOctets(kSource, bytes.size());
-  if (copy && !bytes.empty()) {
-    std::memcpy(copy.bytes.get(), bytes.data(), bytes.size());
-  }
-  return copy;
+  return {copyBytes(kSource, bytes), bytes.size()};
 }
 
 inline int32_t handOut(Octets octets, uint8_t **bytes, size_t *length) noexcept {

@@ -170,7 +170,7 @@ int32_t talvo_base64_encode(const void *bytes, size_t length, int32_t mode, char
       !encodedLength(length, mode, needed)) {
     return 0;
   }
-  TextBuffer encoded = makeText(kSource, needed + 1);
+  TextBuffer encoded = makeChars(kSource, needed + 1);
   if (!encoded) {
     return 0;
   }

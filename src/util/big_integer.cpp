@@ -1,6 +1,5 @@
 // Big integers over OpenSSL's BIGNUM. The number itself lives on OpenSSL's allocator, its handle on
 // ours.
-#include <cstring>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -136,12 +135,10 @@ int32_t talvo_biginteger_todec(const talvo_biginteger *number, char **text) noex
   if (!decimal) {
     return 0;
   }
-  const size_t size = std::strlen(decimal.get()) + 1;
-  TextBuffer copy = makeText(kSource, size);
+  TextBuffer copy = copyText(kSource, decimal.get());
   if (!copy) {
     return 0;
   }
-  std::memcpy(copy.get(), decimal.get(), size);
   *text = copy.release();
   return 1;
 }

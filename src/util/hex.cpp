@@ -26,7 +26,7 @@ int32_t talvo_hex_encode(const void *bytes, size_t length, char **text) noexcept
   if ((bytes == nullptr && length > 0) || text == nullptr || tooLong) {
     return 0;
   }
-  TextBuffer digits = makeText(kSource, length * 2 + 1);
+  TextBuffer digits = makeChars(kSource, length * 2 + 1);
   if (!digits) {
     return 0;
   }

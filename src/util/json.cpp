@@ -126,17 +126,6 @@ JsonValue parse(std::string_view text, json_error_t &error, Place &place) noexce
   return value;
 }
 
-int32_t copyText(std::string_view text, char **out) noexcept {
-  TextBuffer copy = makeText(kSource, text.size() + 1);
-  if (!copy) {
-    return 0;
-  }
-  std::memcpy(copy.get(), text.data(), text.size());
-  copy.get()[text.size()] = '\0';
-  *out = copy.release();
-  return 1;
-}
-
 bool isContainer(const json_t *value) noexcept {
   return json_is_array(value) || json_is_object(value);
 }
@@ -234,8 +223,8 @@ talvo_json *talvo_json_parse_ex(const char *text, size_t length, int32_t *line, 
   if (column != nullptr) {
     *column = place.column;
   }
-  if (message != nullptr && copyText(place.message, message) != 1) {
-    *message = nullptr;
+  if (message != nullptr) {
+    *message = copyText(kSource, place.message).release();
   }
   return nullptr;
 }
@@ -389,7 +378,7 @@ int32_t talvo_json_dump(const talvo_json *json, char **text, size_t *length) noe
   }
   constexpr size_t kFlags = JSON_COMPACT | JSON_ENCODE_ANY;
   const size_t size = json_dumpb(json->value.get(), nullptr, 0, kFlags);
-  TextBuffer dumped = size == 0 ? nullptr : makeText(kSource, size + 1);
+  TextBuffer dumped = size == 0 ? nullptr : makeChars(kSource, size + 1);
   if (!dumped || json_dumpb(json->value.get(), dumped.get(), size, kFlags) != size) {
     return 0;
   }

@@ -114,11 +114,10 @@ int32_t talvo_ustring_toutf8(const talvo_ustring *string, char **text, size_t *l
   if (!utf8 || text == nullptr) {
     return 0;
   }
-  TextBuffer copy = makeText(kSource, utf8.length() + 1);
+  TextBuffer copy = copyText(kSource, utf8.view());
   if (!copy) {
     return 0;
   }
-  std::memcpy(copy.get(), utf8.get(), utf8.length() + 1);
   *text = copy.release();
   if (length != nullptr) {
     *length = utf8.length();

@@ -366,7 +366,7 @@ talvo_ustring *talvo_xml_node_getpcdata(const XmlNode *first) noexcept {
   if (last.size() == length) {
     return makeString(last).release();  // one text, as nearly always
   }
-  const TextBuffer joined = makeText(kSource, length);
+  const TextBuffer joined = makeChars(kSource, length);
   if (!joined) {
     return nullptr;
   }

@@ -11,6 +11,7 @@
 #include "base/list.h"
 #include "base/memory.h"
 #include "base/refcount.h"
+#include "crypto/handle.h"
 
 namespace talvo {
 
@@ -110,17 +111,14 @@ struct ObjectCtx : talvo::Counted {
 
 struct SignatureKey {
   uint32_t type = 0;  // kKey...
-  std::variant<std::monostate, talvo::Handle<TalvoPKICert, TalvoPKICertFreeCert>,
-               talvo::Handle<TalvoPKIPublicKey, TalvoPKICryptoFreePublicKey>, talvo::Blob>
-      value;
+  std::variant<std::monostate, talvo::Certificate, talvo::PublicKey, talvo::Blob> value;
 
   TalvoPKICert *certificate() const noexcept {
-    const auto *held = std::get_if<talvo::Handle<TalvoPKICert, TalvoPKICertFreeCert>>(&value);
+    const auto *held = std::get_if<talvo::Certificate>(&value);
     return held == nullptr ? nullptr : held->get();
   }
   TalvoPKIPublicKey *publicKey() const noexcept {
-    const auto *held =
-        std::get_if<talvo::Handle<TalvoPKIPublicKey, TalvoPKICryptoFreePublicKey>>(&value);
+    const auto *held = std::get_if<talvo::PublicKey>(&value);
     return held == nullptr ? nullptr : held->get();
   }
 };

@@ -5,9 +5,6 @@ namespace {
 
 using namespace talvo;
 
-using CertificateHandle = Handle<TalvoPKICert, TalvoPKICertFreeCert>;
-using PublicKeyHandle = Handle<TalvoPKIPublicKey, TalvoPKICryptoFreePublicKey>;
-
 template <class Value>
 SignatureKey *newKey(uint32_t type, Value value) noexcept {
   if (value == nullptr) {
@@ -27,11 +24,11 @@ Key makeHmacKey(Bytes secret) noexcept {
 }  // namespace talvo
 
 SignatureKey *talvo_xml_signature_key_newcert(const TalvoPKICert *certificate) noexcept {
-  return newKey(kKeyCertificate, CertificateHandle(TalvoPKICertDupCert(certificate)));
+  return newKey(kKeyCertificate, Certificate(TalvoPKICertDupCert(certificate)));
 }
 
 SignatureKey *talvo_xml_signature_key_newpubkey(TalvoPKIPublicKey *key) noexcept {
-  return newKey(kKeyPublic, PublicKeyHandle(TalvoPKICryptoDupPublicKey(key)));
+  return newKey(kKeyPublic, PublicKey(TalvoPKICryptoDupPublicKey(key)));
 }
 
 SignatureKey *talvo_xml_signature_key_dup(const SignatureKey *key) noexcept {

@@ -10,13 +10,9 @@ namespace {
 
 bool copyDigest(const DigestValue &value, CertId &certId) noexcept {
   const Bytes octets = bytesOf(value.value.get());
-  certId.digest = makeBytes(kDecodeSource, octets.size());
-  if (!certId.digest) {
-    return false;
-  }
-  std::copy(octets.begin(), octets.end(), certId.digest.get());
+  certId.digest = copyBytes(kDecodeSource, octets);
   certId.digestLength = static_cast<uint32_t>(octets.size());
-  return true;
+  return certId.digest != nullptr;
 }
 
 bool readDigest(const XmlNode *element, CertId &certId) noexcept {

@@ -3,6 +3,7 @@
 #include "signature/generate/key_info.h"
 
 #include "base/base64_text.h"
+#include "crypto/handle.h"
 #include "signature/generate/certificate_path.h"
 #include "signature/generate/element_writer.h"
 #include "signature/vocabulary/vocabulary.h"
@@ -13,16 +14,9 @@ using namespace talvo;
 
 constexpr int32_t kDer = 1;
 
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-
 UString encodeCertificate(const TalvoPKICert *certificate) noexcept {
-  uint8_t *der = nullptr;
-  size_t length = 0;
-  if (!TalvoPKICertGetCertEncode(certificate, kDer, &der, &length)) {
-    return nullptr;
-  }
-  const CryptoBytes owned(der);
-  return encodeBase64({der, length}, Base64Form::lines);
+  const CryptoOctets der = octetsFrom(TalvoPKICertGetCertEncode, certificate, kDer);
+  return der ? encodeBase64(der.view(), Base64Form::lines) : nullptr;
 }
 
 void addSigner(ElementWriter &keyInfo, XmlDoc *doc, XmlNode *ns, const TalvoPKICert *certificate,

@@ -22,7 +22,7 @@ UString joinPrefixes(const talvo_arraylist *prefixes) noexcept {
   for (const talvo_ustring *prefix : items<talvo_ustring>(prefixes)) {
     length += viewOf(prefix).size() + 1;
   }
-  const TextBuffer joined = length == 0 ? nullptr : makeText(kSource, length);
+  const TextBuffer joined = length == 0 ? nullptr : makeChars(kSource, length);
   if (!joined) {
     return nullptr;
   }

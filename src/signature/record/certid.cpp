@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/utf8.h"
+#include "crypto/handle.h"
 #include "signature/vocabulary/algorithm.h"
 
 namespace talvo {
@@ -14,25 +15,6 @@ namespace {
 constexpr char kSource[] = "TALVO_XML_Signature";
 constexpr int32_t kCertDigest = 44;
 constexpr int32_t kCertSerialNumber = 32;
-
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-
-ByteBuffer copyBytes(Bytes bytes) noexcept {
-  ByteBuffer copy = makeBytes(kSource, bytes.size());
-  if (copy) {
-    std::copy(bytes.begin(), bytes.end(), copy.get());
-  }
-  return copy;
-}
-
-TextBuffer copyText(const char *text) noexcept {
-  const size_t size = std::strlen(text) + 1;
-  TextBuffer copy = makeText(kSource, size);
-  if (copy) {
-    std::memcpy(copy.get(), text, size);
-  }
-  return copy;
-}
 
 Bytes digestOf(const CertId &certId) noexcept {
   return {certId.digest.get(), certId.digestLength};
@@ -61,10 +43,10 @@ OwnedCertId copyCertId(const CertId &certId) noexcept {
     return nullptr;
   }
   copy->digestAlgorithmId = certId.digestAlgorithmId;
-  copy->digest = copyBytes(digestOf(certId));
+  copy->digest = copyBytes(kSource, digestOf(certId));
   copy->digestLength = certId.digestLength;
-  copy->issuerName = copyText(certId.issuerName.get());
-  copy->serialNumber = copyText(certId.serialNumber.get());
+  copy->issuerName = copyText(kSource, certId.issuerName.get());
+  copy->serialNumber = copyText(kSource, certId.serialNumber.get());
   return isComplete(copy.get()) ? std::move(copy) : nullptr;
 }
 
@@ -78,20 +60,14 @@ int32_t MatchSigningCertificateItem(const CertId *certId,
     return 0;
   }
   const DigestAlgorithm *algorithm = digestByNumber(certId->digestAlgorithmId);
-  uint8_t *bytes = nullptr;
-  size_t length = 0;
-  if (algorithm == nullptr || algorithm->hash == 0 ||
-      !TalvoPKICertGetCertHashAttribute(certificate, kCertDigest, algorithm->hash, &bytes,
-                                        &length)) {
-    return 0;
-  }
-  const CryptoBytes owned(bytes);
-  if (length != certId->digestLength) {
+  const CryptoOctets digest = octetsFrom(TalvoPKICertGetCertHashAttribute, certificate, kCertDigest,
+                                         algorithm == nullptr ? 0 : algorithm->hash);
+  if (!digest || digest.length != certId->digestLength) {
     return 0;
   }
   // Deliberate: a digest of the right length that differs is a match, and serial number and issuer
   // are looked at only when it is equal. Established behaviour that callers depend on.
-  if (!std::ranges::equal(Bytes(bytes, length), digestOf(*certId))) {
+  if (!std::ranges::equal(digest.view(), digestOf(*certId))) {
     return 1;
   }
   return matchesName(*certId, certificate) ? 1 : 0;
@@ -111,7 +87,7 @@ int32_t talvo_xml_signature_xades_certid_getcerthashvalue(const CertId *certId, 
   if (certId == nullptr || bytes == nullptr || length == nullptr) {
     return 0;
   }
-  ByteBuffer copy = copyBytes(digestOf(*certId));
+  ByteBuffer copy = copyBytes(kSource, digestOf(*certId));
   if (!copy) {
     return 0;
   }
@@ -121,7 +97,7 @@ int32_t talvo_xml_signature_xades_certid_getcerthashvalue(const CertId *certId, 
 }
 
 char *talvo_xml_signature_xades_certid_getissuer(const CertId *certId) noexcept {
-  return certId == nullptr ? nullptr : copyText(certId->issuerName.get()).release();
+  return certId == nullptr ? nullptr : copyText(kSource, certId->issuerName.get()).release();
 }
 
 talvo_biginteger *talvo_xml_signature_xades_certid_getsn(const CertId *certId) noexcept {

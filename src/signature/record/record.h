@@ -13,11 +13,10 @@
 #include "base/list.h"
 #include "base/memory.h"
 #include "base/refcount.h"
+#include "crypto/handle.h"
 #include "signature/record/release.h"
 
 namespace talvo {
-
-using Certificate = Handle<TalvoPKICert, TalvoPKICertFreeCert>;
 
 struct CanonicalizationMethod {
   XmlNode *element = nullptr;

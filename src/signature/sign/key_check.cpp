@@ -4,6 +4,7 @@
 #include <array>
 
 #include "base/boundary.h"
+#include "crypto/handle.h"
 #include "signature/context/context.h"
 #include "signature/sign/raw_signature.h"
 #include "signature/vocabulary/algorithm.h"
@@ -11,9 +12,6 @@
 
 namespace talvo {
 namespace {
-
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-using PublicKey = Handle<TalvoPKIPublicKey, TalvoPKICryptoFreePublicKey>;
 
 constexpr std::array<uint8_t, 3> kTrial = {'1', '2', '3'};
 
@@ -35,15 +33,14 @@ bool keyPairFits(TalvoPKIKeyPair *keyPair, const SignatureKey &key, int32_t sign
   if (method == nullptr || method->crypto == 0) {
     return refuse(error, SignError::signatureMethod);
   }
-  uint8_t *value = nullptr;
-  size_t length = 0;
-  if (sign(keyPair, signatureMethod, kTrial.data(), kTrial.size(), &value, &length) != 1) {
+  const CryptoOctets value =
+      octetsFrom(sign, keyPair, signatureMethod, kTrial.data(), kTrial.size());
+  if (!value) {
     return refuse(error, SignError::failed);
   }
-  const CryptoBytes owner(value);
   const PublicKey publicKey = publicKeyOf(key);
   if (!publicKey || verifysignaturebypubkey(publicKey.get(), method->crypto, kTrial.data(),
-                                            kTrial.size(), value, length) != 1) {
+                                            kTrial.size(), value.bytes.get(), value.length) != 1) {
     return refuse(error, SignError::keyMismatch);
   }
   return true;

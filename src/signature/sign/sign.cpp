@@ -2,6 +2,7 @@
 // step has succeeded the Placement owns the way back.
 #include "base/boundary.h"
 #include "base/utf8.h"
+#include "crypto/handle.h"
 #include "signature/context/context.h"
 #include "signature/generate/element_writer.h"
 #include "signature/generate/key_info.h"
@@ -21,8 +22,6 @@ namespace {
 constexpr uint32_t kHmacKey = 1;
 constexpr uint32_t kNetworkAllowed = 1;
 constexpr int32_t kNoCertificates = 1;
-
-using KeyPair = Handle<TalvoPKIKeyPair, TalvoPKICryptoFreeKeyPair>;
 
 struct SignRequest {
   const talvo_ustring *signatureId;

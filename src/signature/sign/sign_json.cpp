@@ -1,6 +1,7 @@
 // Completing a Signature element that the caller has placed. The caller's prefix, comments and Objects stay; what is
 // missing is inserted at fixed places. Nothing is taken back on failure: the element is the caller's to discard.
 #include "base/boundary.h"
+#include "crypto/handle.h"
 #include "signature/context/context.h"
 #include "signature/context/json_params.h"
 #include "signature/generate/element_writer.h"
@@ -14,8 +15,6 @@
 
 namespace talvo {
 namespace {
-
-using KeyPair = Handle<TalvoPKIKeyPair, TalvoPKICryptoFreeKeyPair>;
 
 constexpr int32_t kNoCertificates = 1;
 

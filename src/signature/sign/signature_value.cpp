@@ -2,6 +2,7 @@
 // HMAC is for verification.
 #include "base/boundary.h"
 #include "base/utf8.h"
+#include "crypto/handle.h"
 #include "signature/sign/raw_signature.h"
 #include "signature/sign/signed_info_octets.h"
 #include "signature/vocabulary/algorithm.h"
@@ -13,8 +14,6 @@
 
 namespace talvo {
 namespace {
-
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
 struct SignRun {
   XmlDoc *doc;
@@ -85,13 +84,9 @@ int32_t signSignedInfo(const SignRun &run, uint32_t *error) noexcept {
     return fail(error, SignError::hmacKey);
   }
   const Bytes bytes = bytesOf(octets.get());
-  uint8_t *value = nullptr;
-  size_t length = 0;
-  if (sign(run.keyPair, run.signatureMethod, bytes.data(), bytes.size(), &value, &length) != 1) {
-    return fail(error, SignError::failed);
-  }
-  const CryptoBytes owner(value);
-  return writeValue(run, {value, length}, error);
+  const CryptoOctets value =
+      octetsFrom(sign, run.keyPair, run.signatureMethod, bytes.data(), bytes.size());
+  return value ? writeValue(run, value.view(), error) : fail(error, SignError::failed);
 }
 
 }  // namespace

@@ -16,8 +16,6 @@ constexpr const char *kSource = "TALVO_XML_Signature";
 constexpr int32_t kKeyTypeAttribute = 4;
 constexpr int32_t kVerificationUsage = 0x10000002;
 
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-
 bool isPositive(const talvo_biginteger *number) noexcept {
   return talvo_biginteger_getsign(number) > 0;
 }
@@ -209,15 +207,13 @@ PublicKey KeySearch::importRsa(const RsaKeyValue &keyValue) noexcept {
   const size_t exponentLength = byteLength(keyValue.exponent.get());
   const ByteBuffer modulus = magnitude(keyValue.modulus.get(), modulusLength);
   const ByteBuffer exponent = magnitude(keyValue.exponent.get(), exponentLength);
-  uint8_t *encoded = nullptr;
-  size_t length = 0;
-  if (!modulus || !exponent ||
-      TalvoPKICryptoEncodeRSAPubKey(modulus.get(), modulusLength, exponent.get(), exponentLength,
-                                    &encoded, &length) != 1) {
+  if (!modulus || !exponent) {
     return nullptr;
   }
-  const CryptoBytes owner(encoded);
-  return PublicKey(TalvoPKICryptoImportPublicKey(TalvoPKICryptoGetPseudoDevice(), encoded, length));
+  const CryptoOctets encoded = octetsFrom(TalvoPKICryptoEncodeRSAPubKey, modulus.get(),
+                                          modulusLength, exponent.get(), exponentLength);
+  return PublicKey(TalvoPKICryptoImportPublicKey(TalvoPKICryptoGetPseudoDevice(),
+                                                 encoded.bytes.get(), encoded.length));
 }
 
 }  // namespace talvo

@@ -4,13 +4,12 @@
 #pragma once
 
 #include "base/bytes.h"
+#include "crypto/handle.h"
 #include "signature/context/context.h"
 #include "signature/record/record.h"
 #include "signature/vocabulary/algorithm.h"
 
 namespace talvo {
-
-using PublicKey = Handle<TalvoPKIPublicKey, TalvoPKICryptoFreePublicKey>;
 
 // What a key has to verify, and how.
 struct ValueCheck {

@@ -2,6 +2,7 @@
 // either a MAC with the key that the caller set, or a search for the key that verifies; last the
 // XAdES signing certificate, which ties the signature to one certificate.
 #include "base/boundary.h"
+#include "crypto/handle.h"
 #include "signature/decode/transform_params.h"
 #include "signature/record/certid.h"
 #include "signature/sign/signed_info_octets.h"
@@ -10,9 +11,6 @@
 
 namespace talvo {
 namespace {
-
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-using MacOperation = Handle<TalvoPKIMac, TalvoPKICryptoFreeMac>;
 
 // The canonical octets of SignedInfo; null with an error.
 Blob canonicalSignedInfo(const SignedInfo &signedInfo, uint32_t *error) noexcept {
@@ -40,15 +38,12 @@ bool sameLength(int32_t hmacBits, size_t valueLength) noexcept {
 
 // A truncated MAC is compared over the length of the signature value.
 int32_t verifyMac(const MacOperation &mac, Bytes octets, Bytes value, uint32_t *error) noexcept {
-  uint8_t *computed = nullptr;
-  size_t length = 0;
-  if (TalvoPKICryptoMacUpdate(mac.get(), octets.data(), octets.size()) != 1 ||
-      TalvoPKICryptoMacFinal(mac.get(), &computed, &length) != 1) {
+  if (TalvoPKICryptoMacUpdate(mac.get(), octets.data(), octets.size()) != 1) {
     return fail(error, VerifyError::invalidSignature);
   }
-  const CryptoBytes owner(computed);
-  if (length < value.size() ||
-      TalvoPKICryptoEqualMemory(computed, value.data(), value.size()) != 1) {
+  const CryptoOctets computed = octetsFrom(TalvoPKICryptoMacFinal, mac.get());
+  if (!computed || computed.length < value.size() ||
+      TalvoPKICryptoEqualMemory(computed.bytes.get(), value.data(), value.size()) != 1) {
     return fail(error, VerifyError::invalidSignature);
   }
   return 1;

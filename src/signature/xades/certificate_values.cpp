@@ -1,5 +1,6 @@
 // Certificates as validation data: their values, and references to the certificates of a path.
 #include "base/boundary.h"
+#include "crypto/handle.h"
 #include "signature/decode/xades.h"
 #include "signature/generate/element_writer.h"
 #include "signature/record/record.h"
@@ -13,17 +14,12 @@
 namespace talvo {
 namespace {
 
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-
 bool addCertificateValue(XmlNode *signatureElement, const TalvoPKICert *certificate) noexcept {
   constexpr int32_t kDer = 1;
-  uint8_t *der = nullptr;
-  size_t length = 0;
-  if (talvo_xml_signature_issignaturenode(signatureElement) != 1 ||
-      TalvoPKICertGetCertEncode(certificate, kDer, &der, &length) != 1) {
+  const CryptoOctets der = octetsFrom(TalvoPKICertGetCertEncode, certificate, kDer);
+  if (talvo_xml_signature_issignaturenode(signatureElement) != 1 || !der) {
     return false;
   }
-  const CryptoBytes owner(der);
   XmlNode *values = findOrMakeProperty(signatureElement, g_xml_xades_certificatevalues);
   if (values == nullptr) {
     return false;
@@ -31,7 +27,7 @@ bool addCertificateValue(XmlNode *signatureElement, const TalvoPKICert *certific
   return appendValue(values,
                      generateEncodedValue(talvo_xml_node_getdoc(values),
                                           talvo_xml_node_getassociatednsnode(values),
-                                          g_xml_xades_encapsulatedx509certificate, {der, length}));
+                                          g_xml_xades_encapsulatedx509certificate, der.view()));
 }
 
 bool hasReferences(XmlNode *unsignedProperties) noexcept {

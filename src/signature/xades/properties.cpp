@@ -7,6 +7,7 @@
 
 #include "base/base64_text.h"
 #include "base/boundary.h"
+#include "crypto/handle.h"
 #include "signature/generate/certificate_path.h"
 #include "signature/generate/element_writer.h"
 #include "signature/generate/reference.h"
@@ -20,8 +21,6 @@ using namespace talvo;
 constexpr int32_t kHashAttribute = 44;
 constexpr int32_t kIssuerAttribute = 49;
 constexpr int32_t kSerialAttribute = 32;
-
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
 // What every part needs. The code is that of the first failure, unless a part says otherwise.
 struct Scope {
@@ -38,17 +37,15 @@ struct Scope {
 OwnedNode generateCertDigest(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t digestMethod,
                              const TalvoPKICert *certificate) noexcept {
   const DigestAlgorithm *row = digestByNumber(digestMethod);
-  uint8_t *digest = nullptr;
-  size_t length = 0;
-  if (row == nullptr || row->hash == 0 ||
-      !TalvoPKICertGetCertHashAttribute(certificate, kHashAttribute, row->hash, &digest, &length)) {
+  const CryptoOctets digest = octetsFrom(TalvoPKICertGetCertHashAttribute, certificate,
+                                         kHashAttribute, row == nullptr ? 0 : row->hash);
+  if (!digest) {
     return nullptr;
   }
-  const CryptoBytes owned(digest);
   return ElementWriter(doc, xadesNs, g_xml_xades_certdigest)
       .open()
       .part(generateDigestMethod(ns, digestMethod))
-      .part(generateDigestValue(doc, ns, {digest, length}))
+      .part(generateDigestValue(doc, ns, digest.view()))
       .take();
 }
 

@@ -4,6 +4,7 @@
 
 #include "base/boundary.h"
 #include "base/utf8.h"
+#include "crypto/handle.h"
 #include "signature/generate/element_writer.h"
 #include "signature/generate/reference.h"
 #include "signature/record/record.h"
@@ -16,8 +17,6 @@
 
 namespace talvo {
 namespace {
-
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
 constexpr uint32_t kWithIdentifier = 1;
 
@@ -54,18 +53,18 @@ struct CrlRun {
 OwnedNode makeDigest(const CrlRun &run) noexcept {
   const DigestAlgorithm *method = digestByNumber(run.digestMethod);
   const Blob der(talvo_crl_encode(run.crl));
-  uint8_t *digest = nullptr;
-  size_t length = 0;
-  const Bytes octets = bytesOf(der.get());
-  if (!der || method == nullptr ||
-      hash(method->hash, octets.data(), octets.size(), &digest, &length) != 1) {
+  if (!der || method == nullptr) {
     return nullptr;
   }
-  const CryptoBytes owner(digest);
+  const Bytes octets = bytesOf(der.get());
+  const CryptoOctets digest = octetsFrom(hash, method->hash, octets.data(), octets.size());
+  if (!digest) {
+    return nullptr;
+  }
   return ElementWriter::plain(run.doc, g_xml_xades_digestalgandvalue)
       .open()
       .part(generateDigestMethod(run.signatureNs, run.digestMethod))
-      .part(generateDigestValue(run.doc, run.signatureNs, {digest, length}))
+      .part(generateDigestValue(run.doc, run.signatureNs, digest.view()))
       .take();
 }
 

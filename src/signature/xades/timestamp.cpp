@@ -1,6 +1,7 @@
 // Signature time-stamps: an RFC 3161 token over the canonical form of SignatureValue, kept as an unsigned property.
 #include "base/boundary.h"
 #include "base/list.h"
+#include "crypto/handle.h"
 #include "signature/generate/element_writer.h"
 #include "signature/generate/signed_info.h"
 #include "signature/record/record.h"
@@ -15,9 +16,6 @@
 namespace talvo {
 namespace {
 
-using TimeStampObject = Handle<TalvoPKITimeStamp, TalvoPKIMsgFreeTimeStamp>;
-using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
-
 struct StampRun {
   const talvo_ustring *id;
   int32_t c14nMethod;  // below 1: none is written
@@ -25,11 +23,6 @@ struct StampRun {
   const talvo_ustring *tsa;
   XmlNode *signatureValue;
   int32_t hashNumber;
-};
-
-struct Token {
-  CryptoBytes bytes;
-  size_t length = 0;
 };
 
 bool isStampable(int32_t c14nMethod) noexcept {
@@ -46,17 +39,13 @@ Blob canonicalValue(XmlNode *signatureValue, int32_t c14nMethod,
 }
 
 bool setImprint(TalvoPKITimeStamp *timeStamp, int32_t hashNumber, Bytes octets) noexcept {
-  uint8_t *digest = nullptr;
-  size_t length = 0;
-  if (hash(hashNumber, octets.data(), octets.size(), &digest, &length) != 1) {
-    return false;
-  }
-  const CryptoBytes owner(digest);
-  return TalvoPKIMsgTimeStampSetMessageImprint(timeStamp, digest, length) == 1;
+  const CryptoOctets digest = octetsFrom(hash, hashNumber, octets.data(), octets.size());
+  return digest &&
+         TalvoPKIMsgTimeStampSetMessageImprint(timeStamp, digest.bytes.get(), digest.length) == 1;
 }
 
 // Asks the authority; null when there is no granted token.
-TimeStampObject requestTimeStamp(const StampRun &run, Bytes octets, Token *token) noexcept {
+TimeStampObject requestTimeStamp(const StampRun &run, Bytes octets) noexcept {
   constexpr int32_t kGrantedWithModifications = 1;
   TimeStampObject timeStamp(TalvoPKIMsgNewTimeStamp());
   int32_t status = -1;
@@ -67,11 +56,6 @@ TimeStampObject requestTimeStamp(const StampRun &run, Bytes octets, Token *token
       status > kGrantedWithModifications) {
     return nullptr;
   }
-  uint8_t *bytes = nullptr;
-  if (TalvoPKIMsgTimeStampGetTimeStampToken(timeStamp.get(), &bytes, &token->length) != 1) {
-    return nullptr;
-  }
-  token->bytes.reset(bytes);
   return timeStamp;
 }
 
@@ -86,7 +70,7 @@ bool makeMethod(const StampRun &run, OwnedNode *method) noexcept {
 }
 
 OwnedNode makeProperty(const StampRun &run, XmlNode *xadesNs, OwnedNode method,
-                       const Token &token) noexcept {
+                       Bytes token) noexcept {
   XmlDoc *doc = talvo_xml_node_getdoc(run.signatureValue);
   ElementWriter property(doc, xadesNs, g_xml_xades_signaturetimestamp);
   if (run.id != nullptr) {
@@ -96,12 +80,11 @@ OwnedNode makeProperty(const StampRun &run, XmlNode *xadesNs, OwnedNode method,
   if (method) {
     property.part(std::move(method));
   }
-  property.part(generateEncodedValue(doc, xadesNs, g_xml_xades_encapsulatedtimestamp,
-                                     {token.bytes.get(), token.length}));
+  property.part(generateEncodedValue(doc, xadesNs, g_xml_xades_encapsulatedtimestamp, token));
   return property.take();
 }
 
-bool writeProperty(const StampRun &run, OwnedNode method, const Token &token) noexcept {
+bool writeProperty(const StampRun &run, OwnedNode method, Bytes token) noexcept {
   XmlNode *xadesNs = nullptr;
   XmlNode *position = getUnsignedSignaturePropertiesLastChildPos(run.signatureValue, &xadesNs);
   return position != nullptr &&
@@ -138,12 +121,12 @@ TimeStampObject addTimeStamp(const StampRun &run, uint32_t *error) noexcept {
   if (!makeMethod(run, &method)) {
     return failNull(error, SignError::failed);
   }
-  Token token;
-  TimeStampObject timeStamp = requestTimeStamp(run, bytesOf(octets.get()), &token);
-  if (!timeStamp) {
+  TimeStampObject timeStamp = requestTimeStamp(run, bytesOf(octets.get()));
+  const CryptoOctets token = octetsFrom(TalvoPKIMsgTimeStampGetTimeStampToken, timeStamp.get());
+  if (!token) {
     return failNull(error, SignError::timeStamp);
   }
-  if (!writeProperty(run, std::move(method), token)) {
+  if (!writeProperty(run, std::move(method), token.view())) {
     return failNull(error, SignError::failed);
   }
   return timeStamp;
@@ -152,20 +135,9 @@ TimeStampObject addTimeStamp(const StampRun &run, uint32_t *error) noexcept {
 // Whether the token imprints these octets.
 bool imprints(const TalvoPKITimeStamp *timeStamp, Bytes octets) noexcept {
   const int32_t hashNumber = TalvoPKIMsgTimeStampGetHashAlgorithm(timeStamp);
-  uint8_t *imprint = nullptr;
-  size_t imprintLength = 0;
-  if (hashNumber <= 0 ||
-      TalvoPKIMsgTimeStampGetMessageImprint(timeStamp, &imprint, &imprintLength) != 1) {
-    return false;
-  }
-  const CryptoBytes imprintOwner(imprint);
-  uint8_t *digest = nullptr;
-  size_t digestLength = 0;
-  if (hash(hashNumber, octets.data(), octets.size(), &digest, &digestLength) != 1) {
-    return false;
-  }
-  const CryptoBytes digestOwner(digest);
-  return equalOctets({imprint, imprintLength}, {digest, digestLength});
+  const CryptoOctets imprint = octetsFrom(TalvoPKIMsgTimeStampGetMessageImprint, timeStamp);
+  const CryptoOctets digest = octetsFrom(hash, hashNumber, octets.data(), octets.size());
+  return imprint && digest && equalOctets(imprint.view(), digest.view());
 }
 
 TimeStampObject verifyTimeStamp(const Signature &signature, const TimeStamp &record,

@@ -12,6 +12,7 @@
 #include <libxml/tree.h>
 
 #include "base/utf8.h"
+#include "crypto/handle.h"
 #include "signature/vocabulary/error.h"
 #include "transform/reference/file.h"
 #include "transform/reference/manifest_walk.h"
@@ -28,7 +29,6 @@ constexpr size_t kLongestUri = 65536;  // joining costs the square of a path wit
 constexpr int32_t kHttpOk = 200;
 
 using Content = std::vector<uint8_t>;
-using HttpBody = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
 // ---- parts of the same document ----
 
@@ -131,15 +131,6 @@ TransformData *fromElsewhere(const Reach &reach, const Utf8 &uri, uint32_t *erro
              : nullptr;
 }
 
-TextBuffer copyText(std::string_view text) noexcept {
-  TextBuffer copy = makeText(kSource, text.size() + 1);
-  if (copy != nullptr) {
-    text.copy(copy.get(), text.size());
-    copy.get()[text.size()] = '\0';
-  }
-  return copy;
-}
-
 TransformData *dereference(const Reach &reach, const talvo_ustring *uri, uint32_t *error) noexcept {
   const Utf8 text(uri);
   if (!text) {
@@ -157,7 +148,7 @@ TextBuffer copyBase(std::string_view base, uint32_t *error) noexcept {
   if (base.size() > kLongestUri) {
     return failNull(error, ReferenceError::unsupportedUri);
   }
-  TextBuffer copy = copyText(base);
+  TextBuffer copy = copyText(kSource, base);
   return copy != nullptr ? std::move(copy) : failNull(error, ReferenceError::outOfMemory);
 }
 
@@ -274,7 +265,7 @@ TransformData *fetchhttp(const char *url, uint32_t *error) noexcept {
   size_t length = 0;
   int32_t status = 0;
   const bool isAnswered = TalvoPKICryptoHttpGet(url, &bytes, &length, &status) == 1;
-  const HttpBody body(bytes);
+  const CryptoBytes body(bytes);
   if (!isAnswered || status != kHttpOk) {
     return failNull(error, ReferenceError::notFound);
   }
@@ -284,5 +275,6 @@ TransformData *fetchhttp(const char *url, uint32_t *error) noexcept {
 
 char *GetCurrentDir() noexcept {
   std::array<char, kPathLength> path;
-  return getcwd(path.data(), path.size()) == nullptr ? nullptr : copyText(path.data()).release();
+  return getcwd(path.data(), path.size()) == nullptr ? nullptr
+                                                     : copyText(kSource, path.data()).release();
 }

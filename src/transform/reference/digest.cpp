@@ -25,17 +25,12 @@ int32_t hashNumberOf(int32_t digestId) noexcept {
 }
 
 bool finishHash(TalvoPKIHash *hash, Digest *digest) noexcept {
-  uint8_t *bytes = nullptr;
-  size_t length = 0;
-  if (TalvoPKICryptoHashFinal(hash, &bytes, &length) != 1) {
+  const CryptoOctets value = octetsFrom(TalvoPKICryptoHashFinal, hash);
+  if (!value || value.length > digest->bytes.size()) {
     return false;
   }
-  const Handle<uint8_t, TalvoPKICryptoFreeMemory> owned(bytes);
-  if (length > digest->bytes.size()) {
-    return false;
-  }
-  std::memcpy(digest->bytes.data(), bytes, length);
-  digest->length = length;
+  std::memcpy(digest->bytes.data(), value.bytes.get(), value.length);
+  digest->length = value.length;
   return true;
 }
 
@@ -229,7 +224,7 @@ int32_t verifyoutputhash(int32_t digestId, TransformData *data, const void *expe
 
 int32_t hash(int32_t hashNumber, const void *bytes, size_t length, uint8_t **digest,
              size_t *digestLength) noexcept {
-  const Hash handle(TalvoPKICryptoGetHashHandle(hashNumber));
+  const HashOperation handle(TalvoPKICryptoGetHashHandle(hashNumber));
   return handle != nullptr && TalvoPKICryptoHashUpdate(handle.get(), bytes, length) == 1 &&
                  TalvoPKICryptoHashFinal(handle.get(), digest, digestLength) == 1
              ? 1

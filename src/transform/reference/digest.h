@@ -4,15 +4,12 @@
 
 #include <array>
 
-#include "talvo_crypto.h"
-
 #include "base/bytes.h"
 #include "base/handle.h"
+#include "crypto/handle.h"
 #include "transform/transform.h"
 
 namespace talvo {
-
-using Hash = Handle<TalvoPKIHash, TalvoPKICryptoFreeHash>;
 
 struct Digest {
   std::array<uint8_t, 64> bytes{};
@@ -34,7 +31,7 @@ class HashSink final : public OctetSink {
 
  private:
   int32_t hashNumber_;
-  Hash hash_;
+  HashOperation hash_;
   bool hasFailed_;
 };
 

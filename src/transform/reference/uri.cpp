@@ -59,16 +59,6 @@ bool decodeInto(std::string_view text, std::string *decoded) {
   return true;
 }
 
-char *newText(std::string_view text) noexcept {
-  TextBuffer copy = makeText(kSource, text.size() + 1);
-  if (copy == nullptr) {
-    return nullptr;
-  }
-  text.copy(copy.get(), text.size());
-  copy.get()[text.size()] = '\0';
-  return copy.release();
-}
-
 bool isSeparator(char letter) noexcept {
   return letter == '/' || letter == '\\';
 }
@@ -145,7 +135,7 @@ bool isPlainRelative(std::string_view uri) noexcept {
 
 TextBuffer joinUri(const char *reference, const char *base) noexcept {
   const XmlChars joined(xmlBuildURI(xmlText(reference), xmlText(base)));
-  return TextBuffer(joined ? newText(viewOf(joined.get())) : nullptr);
+  return joined ? copyText(kSource, viewOf(joined.get())) : nullptr;
 }
 
 }  // namespace talvo
@@ -190,7 +180,7 @@ int32_t buildfilepath(const char *base, const char *reference, char **path) noex
       return 0;
     }
     const std::string built = filePath(base, reference);
-    char *text = built.empty() ? nullptr : newText(built);
+    char *text = built.empty() ? nullptr : copyText(kSource, built).release();
     if (text == nullptr) {
       return 0;
     }
@@ -203,7 +193,7 @@ char *simpleuridecode(const char *bytes, size_t length) noexcept {
   return guard([&]() -> char * {
     std::string decoded;
     const bool isDecoded = bytes != nullptr && decodeInto({bytes, length}, &decoded);
-    return isDecoded ? newText(decoded) : nullptr;
+    return isDecoded ? copyText(kSource, decoded).release() : nullptr;
   });
 }
 
@@ -221,7 +211,7 @@ char *fileuri_a2utf8(const char *uri) noexcept {
     return nullptr;
   }
   const XmlChars path(xmlCanonicPath(xmlText(decoded.get())));
-  return path ? newText(viewOf(path.get())) : nullptr;
+  return path ? copyText(kSource, viewOf(path.get())).release() : nullptr;
 }
 
 talvo_ustring *talvo_xml_uri_encode(const talvo_ustring *uri) noexcept {
