@@ -7,6 +7,7 @@
 
 #include <libxml/tree.h>
 
+#include "base/base64_decoder.h"
 #include "base/boundary.h"
 #include "transform/selection.h"
 #include "xml/native.h"
@@ -53,66 +54,39 @@ bool envelops(const TransformData &input, XmlNode *signature) noexcept {
 
 // ---- Base64 ----
 
-// Decodes Base64 that arrives in pieces. White space is dropped at once, so that what is decoded
-// together is always whole groups of four.
+// Decodes Base64 that arrives in pieces, and hands it on in blocks.
 class Base64Sink {
  public:
   explicit Base64Sink(OctetSink &sink) noexcept : sink_(sink) {}
 
   bool write(std::string_view text) noexcept;
-  bool finish() noexcept { return flush(); }
+  bool isComplete() const noexcept { return decoder_.isComplete(); }
   bool isEmpty() const noexcept { return isEmpty_; }
 
  private:
-  bool flush() noexcept;
-
-  static constexpr size_t kGroupBytes = 4;
-  static constexpr size_t kRoom = 16384;
-  static_assert(kRoom % kGroupBytes == 0);
+  static constexpr size_t kPiece = 16384;
 
   OctetSink &sink_;
-  std::array<char, kRoom> digits_;
-  size_t count_ = 0;
+  Base64Decoder decoder_;
   bool isEmpty_ = true;
-  bool isPadded_ = false;
+  std::array<uint8_t, Base64Decoder::outputBound(kPiece)> block_;
 };
-
-constexpr bool isBase64Space(char letter) noexcept {
-  return letter == ' ' || letter == '\t' || letter == '\r' || letter == '\n';
-}
 
 bool Base64Sink::write(std::string_view text) noexcept {
   while (!text.empty()) {
-    const std::string_view piece = text.substr(0, kRoom - count_);
-    size_t count = count_;
-    for (char letter : piece) {
-      digits_[count] = letter;
-      count += isBase64Space(letter) ? 0 : 1;
-    }
-    count_ = count;
-    text.remove_prefix(piece.size());
-    if (count_ == kRoom && !flush()) {
+    const std::string_view piece = text.substr(0, kPiece);
+    uint8_t *end = block_.data();
+    if (!decoder_.feed(piece.data(), piece.size(), end)) {
       return false;
     }
+    const auto length = static_cast<size_t>(end - block_.data());
+    if (length > 0 && !sink_.write({block_.data(), length})) {
+      return false;
+    }
+    isEmpty_ = isEmpty_ && length == 0;
+    text.remove_prefix(piece.size());
   }
   return true;
-}
-
-bool Base64Sink::flush() noexcept {
-  if (count_ == 0) {
-    return true;
-  }
-  uint8_t *bytes = nullptr;
-  size_t length = 0;
-  // Nothing may follow padding, and each piece alone is decoded as if it could end the text.
-  if (isPadded_ || talvo_base64_decode(digits_.data(), count_, 3, &bytes, &length) != 1) {
-    return false;
-  }
-  const ByteBuffer decoded(bytes);
-  isEmpty_ = false;
-  isPadded_ = digits_[count_ - 1] == '=';
-  count_ = 0;
-  return sink_.write({decoded.get(), length});
 }
 
 bool isText(const xmlNode *node) noexcept {
@@ -155,12 +129,12 @@ bool canonicalizeData(OctetSink &sink, const TransformData &data, int32_t method
 bool decodeBase64Into(OctetSink &sink, const TransformData &input) noexcept {
   Base64Sink base64(sink);
   if (input.nodes != nullptr) {
-    return writeSelectedText(base64, input.nodes.get()) && base64.finish();
+    return writeSelectedText(base64, input.nodes.get()) && base64.isComplete();
   }
   // Unlike a node set without text, octets without a digit are no Base64.
   const Bytes octets = bytesOf(input.octets.get());
   return base64.write({reinterpret_cast<const char *>(octets.data()), octets.size()}) &&
-         base64.finish() && !base64.isEmpty();
+         base64.isComplete() && !base64.isEmpty();
 }
 
 }  // namespace talvo

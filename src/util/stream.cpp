@@ -5,8 +5,8 @@
 #include <cstring>
 #include <limits>
 
+#include "base/base64_decoder.h"
 #include "base/memory.h"
-#include "util/base64.h"
 
 struct talvo_stream {
   virtual ~talvo_stream() = default;

@@ -191,8 +191,7 @@ constexpr const char *kFilters[] = {
     "not(self::p:*)",
     "not(../self::p:*)",
     "self::* or count(. | ../namespace::*) = count(../namespace::*)",
-    "(self::* and count(ancestor::*) mod 2 = 0) or (name() = 'p' and count(. | ../namespace::*) = "
-    "count(../namespace::*))",
+    "(self::* and count(ancestor::*) mod 2 = 0) or (name() = 'p' and count(../namespace::*) > 1)",
     "not(self::*) or @*",
     "self::*[not(@*)] or name() = 'p'",
 };
