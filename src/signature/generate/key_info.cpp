@@ -11,18 +11,16 @@ namespace {
 
 using namespace talvo;
 
-constexpr int32_t kDer = 1;
-
 using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
 UString encodeCertificate(const TalvoPKICert *certificate) noexcept {
   uint8_t *der = nullptr;
   size_t length = 0;
-  if (!TalvoPKICertGetCertEncode(certificate, kDer, &der, &length)) {
+  if (!TalvoPKICertGetCertEncode(certificate, TALVO_ENCODING_DER, &der, &length)) {
     return nullptr;
   }
   const CryptoBytes owned(der);
-  return encodeBase64({der, length}, Base64Form::lines);
+  return encodeBase64({der, length}, TALVO_BASE64_LINES);
 }
 
 void addSigner(ElementWriter &keyInfo, XmlDoc *doc, XmlNode *ns, const TalvoPKICert *certificate,
@@ -54,7 +52,7 @@ OwnedNode generateKeyInfo(XmlDoc *doc, XmlNode *ns, const SignatureKey *key,
   }
   ElementWriter keyInfo(doc, ns, g_xml_signature_keyinfo_name);
   keyInfo.open();
-  if (includeCertOption != kIncludeNone) {
+  if (includeCertOption != TALVO_CERTIFICATES_NONE) {
     addSigner(keyInfo, doc, ns, key->certificate(), includeCertOption);
   }
   for (const TalvoPKICert *certificate : items<TalvoPKICert>(extraCertificates)) {

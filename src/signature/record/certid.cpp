@@ -12,8 +12,6 @@ namespace talvo {
 namespace {
 
 constexpr char kSource[] = "TALVO_XML_Signature";
-constexpr int32_t kCertDigest = 44;
-constexpr int32_t kCertSerialNumber = 32;
 
 using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
@@ -44,7 +42,7 @@ bool isComplete(const CertId *certId) noexcept {
 }
 
 bool matchesName(const CertId &certId, const TalvoPKICert *certificate) noexcept {
-  const UString serial(TalvoPKICertGetCertStringAttribute(certificate, kCertSerialNumber));
+  const UString serial(TalvoPKICertGetCertStringAttribute(certificate, TALVO_CERT_SERIAL_NUMBER));
   if (!serial || viewOf(serial.get()) != certId.serialNumber.get()) {
     return false;
   }
@@ -81,7 +79,7 @@ int32_t MatchSigningCertificateItem(const CertId *certId,
   uint8_t *bytes = nullptr;
   size_t length = 0;
   if (algorithm == nullptr || algorithm->hash == 0 ||
-      !TalvoPKICertGetCertHashAttribute(certificate, kCertDigest, algorithm->hash, &bytes,
+      !TalvoPKICertGetCertHashAttribute(certificate, TALVO_CERT_DIGEST, algorithm->hash, &bytes,
                                         &length)) {
     return 0;
   }
@@ -103,7 +101,7 @@ int32_t talvo_xml_signature_xades_certid_matchcert(const CertId *certId,
 }
 
 int32_t talvo_xml_signature_xades_certid_getcerthashalgo(const CertId *certId) noexcept {
-  return certId == nullptr ? kUnknownAlgorithm : certId->digestAlgorithmId;
+  return certId == nullptr ? TALVO_ALGORITHM_UNKNOWN : certId->digestAlgorithmId;
 }
 
 int32_t talvo_xml_signature_xades_certid_getcerthashvalue(const CertId *certId, uint8_t **bytes,

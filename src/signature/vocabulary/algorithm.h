@@ -7,14 +7,12 @@
 #include <cstdint>
 #include <string_view>
 
-#include "talvo_util.h"
+#include "talvo_xml.h"
 
 namespace talvo {
 
 // A slot of the vocabulary, filled at start-up.
 using VocabularySlot = talvo_ustring *const *;
-
-constexpr int32_t kUnknownAlgorithm = -1;
 
 enum class KeyFamily : int32_t { none = 0, rsa = 1, dsa = 2, ec = 4, hmac = 100 };
 
@@ -62,10 +60,6 @@ struct TransformAlgorithm {
   bool withComments;  // canonicalisation keeps them
 };
 
-constexpr int32_t kTransformBase64 = 16;
-constexpr int32_t kTransformXPath = 32;
-constexpr int32_t kTransformEnveloped = 48;
-
 // Null when there is no such row. Identifiers are compared exactly, JSON names without regard to
 // ASCII case.
 const TransformAlgorithm *c14nByNumber(int32_t number) noexcept;
@@ -88,10 +82,10 @@ int32_t includeCertOptionByJsonName(std::string_view name) noexcept;
 // The other way round; empty for another number.
 std::string_view includeCertOptionJsonName(int32_t option) noexcept;
 
-// The number of a row, or kUnknownAlgorithm for none.
+// The number of a row, or TALVO_ALGORITHM_UNKNOWN for none.
 template <class Row>
 int32_t numberOf(const Row *row) noexcept {
-  return row == nullptr ? kUnknownAlgorithm : row->number;
+  return row == nullptr ? TALVO_ALGORITHM_UNKNOWN : row->number;
 }
 
 inline bool canCanonicalize(int32_t c14nMethod) noexcept {

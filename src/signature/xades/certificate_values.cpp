@@ -16,11 +16,10 @@ namespace {
 using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
 bool addCertificateValue(XmlNode *signatureElement, const TalvoPKICert *certificate) noexcept {
-  constexpr int32_t kDer = 1;
   uint8_t *der = nullptr;
   size_t length = 0;
   if (talvo_xml_signature_issignaturenode(signatureElement) != 1 ||
-      TalvoPKICertGetCertEncode(certificate, kDer, &der, &length) != 1) {
+      TalvoPKICertGetCertEncode(certificate, TALVO_ENCODING_DER, &der, &length) != 1) {
     return false;
   }
   const CryptoBytes owner(der);

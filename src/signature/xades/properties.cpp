@@ -17,10 +17,6 @@ namespace {
 
 using namespace talvo;
 
-constexpr int32_t kHashAttribute = 44;
-constexpr int32_t kIssuerAttribute = 49;
-constexpr int32_t kSerialAttribute = 32;
-
 using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
 // What every part needs. The code is that of the first failure, unless a part says otherwise.
@@ -41,7 +37,8 @@ OwnedNode generateCertDigest(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t
   uint8_t *digest = nullptr;
   size_t length = 0;
   if (row == nullptr || row->hash == 0 ||
-      !TalvoPKICertGetCertHashAttribute(certificate, kHashAttribute, row->hash, &digest, &length)) {
+      !TalvoPKICertGetCertHashAttribute(certificate, TALVO_CERT_DIGEST, row->hash, &digest,
+                                        &length)) {
     return nullptr;
   }
   const CryptoBytes owned(digest);
@@ -54,8 +51,8 @@ OwnedNode generateCertDigest(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t
 
 OwnedNode generateIssuerSerial(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs,
                                const TalvoPKICert *certificate) noexcept {
-  const UString issuer(TalvoPKICertGetCertStringAttribute(certificate, kIssuerAttribute));
-  const UString serial(TalvoPKICertGetCertStringAttribute(certificate, kSerialAttribute));
+  const UString issuer(TalvoPKICertGetCertStringAttribute(certificate, TALVO_CERT_ISSUER));
+  const UString serial(TalvoPKICertGetCertStringAttribute(certificate, TALVO_CERT_SERIAL_NUMBER));
   return ElementWriter(doc, xadesNs, g_xml_xades_issuerserial)
       .open()
       .part(generateText(doc, ns, g_xml_signature_x509issuername, issuer.get()))
@@ -192,7 +189,7 @@ OwnedNode generateCertId(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t dig
 
 OwnedNode generateEncodedValue(XmlDoc *doc, XmlNode *ns, const talvo_ustring *name,
                                Bytes der) noexcept {
-  const UString text = encodeBase64(der, Base64Form::lines);
+  const UString text = encodeBase64(der, TALVO_BASE64_LINES);
   ElementWriter element =
       ns == nullptr ? ElementWriter::plain(doc, name) : ElementWriter(doc, ns, name);
   return element.attribute(g_xml_xades_encode, g_xml_xades_encode_der).text(text.get()).take();

@@ -32,9 +32,9 @@ constexpr std::array<Row, 9> kRows = {{
     {4, talvo_xml_siganture_exc_c14n_with_comments, true},
     {6, talvo_xml_siganture_c14nv1_1, true},
     {7, talvo_xml_siganture_c14nv1_1_with_comments, true},
-    {kTransformBase64, talvo_xml_siganture_base64decode_transform, false},
-    {kTransformXPath, talvo_xml_siganture_xpath_filtering_transform, false},
-    {kTransformEnveloped, talvo_xml_siganture_enveloped_signature_transform, false},
+    {TALVO_TRANSFORM_BASE64, talvo_xml_siganture_base64decode_transform, false},
+    {TALVO_TRANSFORM_XPATH, talvo_xml_siganture_xpath_filtering_transform, false},
+    {TALVO_TRANSFORM_ENVELOPED, talvo_xml_siganture_enveloped_signature_transform, false},
 }};
 
 TransformFunc functionOf(int32_t number) noexcept {
@@ -72,12 +72,12 @@ bool makeParameter(const Transform &transform, int32_t number, void **parameter,
     *parameter = prefixes.release();
     return true;
   }
-  if (number == kTransformXPath) {
+  if (number == TALVO_TRANSFORM_XPATH) {
     XmlNode *xpath = xpathElementOf(transform.element);
     return xpath == nullptr ? refuse(error, ReferenceError::xpathElement)
                             : hold(xpath, parameter, error);
   }
-  return number != kTransformEnveloped || hold(transform.signatureElement, parameter, error);
+  return number != TALVO_TRANSFORM_ENVELOPED || hold(transform.signatureElement, parameter, error);
 }
 
 bool makeParameter(const TransformCtx &context, void **parameter, uint32_t *error) noexcept {
@@ -87,10 +87,10 @@ bool makeParameter(const TransformCtx &context, void **parameter, uint32_t *erro
     *parameter = getexcc14nparam2(context.prefixes.get());
     return *parameter != nullptr || refuse(error, ReferenceError::outOfMemory);
   }
-  if (context.algorithm == kTransformXPath) {
+  if (context.algorithm == TALVO_TRANSFORM_XPATH) {
     return hold(context.xpathElement, parameter, error);
   }
-  return context.algorithm != kTransformEnveloped ||
+  return context.algorithm != TALVO_TRANSFORM_ENVELOPED ||
          hold(context.signatureElement, parameter, error);
 }
 
