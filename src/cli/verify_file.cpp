@@ -61,10 +61,10 @@ void prepare(Signature *signature, const Verification &run) {
 
 // `failed` becomes the index of the reference that fails, or -1.
 uint32_t validateReferences(const Signature *signature, const Verification &run, int32_t *failed) {
-  uint32_t error = 0;
+  uint32_t error = TALVO_VERIFY_ERROR_INVALID_REFERENCE;
   const int32_t valid = talvo_xml_signature_referencevalidation_ex2(
       signature, run.flags(), run.externalData(), run.externalLength(), failed, &error);
-  return valid == 1 ? 0 : error == 0 ? invalidReference : error;
+  return valid == 1 ? 0 : error;
 }
 
 JsonObject describeReference(const Reference *reference, int32_t number, uint32_t error) {
