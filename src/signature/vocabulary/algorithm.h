@@ -14,7 +14,14 @@ namespace talvo {
 // A slot of the vocabulary, filled at start-up.
 using VocabularySlot = talvo_ustring *const *;
 
-enum class KeyFamily : int32_t { none = 0, rsa = 1, dsa = 2, ec = 4, hmac = 100 };
+// The key types of certificates, and the secrets that they do not know.
+enum class KeyFamily : int32_t {
+  none = TALVO_KEY_TYPE_OTHER,
+  rsa = TALVO_KEY_TYPE_RSA,
+  dsa = TALVO_KEY_TYPE_DSA,
+  ec = TALVO_KEY_TYPE_EC,
+  hmac = 100
+};
 
 // The form of a signature value.
 enum class ValueForm : uint8_t {
@@ -24,7 +31,8 @@ enum class ValueForm : uint8_t {
 
 enum class C14nKind : uint8_t {
   noC14n,
-  inclusive,
+  inclusive10,
+  inclusive11,
   exclusive,  // takes a prefix list
   minimal     // known by its identifier only, and no transform
 };
@@ -76,7 +84,7 @@ const SignatureAlgorithm *signatureByCrypto(int32_t crypto) noexcept;
 const TransformAlgorithm *transformByNumber(int32_t number) noexcept;
 const TransformAlgorithm *transformByUri(const talvo_ustring *uri) noexcept;
 const TransformAlgorithm *transformByJsonName(std::string_view name) noexcept;
-// Certificate options 1 to 4 by JSON name ("None", "Self", "CertPath", "CertPathWithRoot"); -1 for
+// Certificate options by JSON name ("None", "Self", "CertPath", "CertPathWithRoot"); -1 for
 // another name.
 int32_t includeCertOptionByJsonName(std::string_view name) noexcept;
 // The other way round; empty for another number.
