@@ -7,16 +7,12 @@
 
 namespace talvo {
 
-enum class Base64Form : int32_t {
-  lines = 3,    // of 64 characters, for certificates, tokens and other DER
-  oneLine = 4,  // for digests and signature values
-};
-
-inline UString encodeBase64(Bytes bytes, Base64Form form) noexcept {
+// `mode` is TALVO_BASE64_LINES for certificates, tokens and other DER, TALVO_BASE64_ONE_LINE for
+// digests and signature values.
+inline UString encodeBase64(Bytes bytes, int32_t mode) noexcept {
   char *text = nullptr;
   size_t length = 0;
-  if (!talvo_base64_encode(bytes.data(), bytes.size(), static_cast<int32_t>(form), &text,
-                           &length)) {
+  if (!talvo_base64_encode(bytes.data(), bytes.size(), mode, &text, &length)) {
     return nullptr;
   }
   const TextBuffer owned(text);
@@ -28,8 +24,7 @@ inline Blob decodeBase64(const talvo_ustring *text) noexcept {
   const std::string_view digits = viewOf(text);
   uint8_t *bytes = nullptr;
   size_t length = 0;
-  if (!talvo_base64_decode(digits.data(), digits.size(), static_cast<int32_t>(Base64Form::oneLine),
-                           &bytes, &length)) {
+  if (!talvo_base64_decode(digits.data(), digits.size(), TALVO_BASE64_ONE_LINE, &bytes, &length)) {
     return nullptr;
   }
   const ByteBuffer owned(bytes);

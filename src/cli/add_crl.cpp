@@ -7,8 +7,6 @@ namespace talvo::cli {
 
 namespace {
 
-constexpr uint32_t kWithIdentifier = 1;
-
 struct AddCrlOptions {
   ExtendOptions extend;
   std::vector<std::string> crls;
@@ -44,7 +42,7 @@ Check addOne(XmlNode *signature, const std::string &path, const AddCrlOptions &o
   const int32_t added =
       options.references
           ? talvo_xml_signature_xades_add_completerevocationrefs_crl(
-                signature, digest, kWithIdentifier, octets->data(), length)
+                signature, digest, TALVO_CRL_REF_IDENTIFIER, octets->data(), length)
           : talvo_xml_signature_xades_add_revocationvalues_crl(signature, octets->data(), length);
   return added == 1 ? Check() : failed(fileLabel(path) + ": cannot be added");
 }

@@ -16,8 +16,14 @@ struct C14nMode {
 };
 
 constexpr C14nMode kC14nModes[] = {
-    {"c14n", 1},   {"c14n-comments", 2},   {"exc", 3},       {"exc-comments", 4},
-    {"c14n11", 6}, {"c14n11-comments", 7}, {"exclusive", 3}, {"exclusive-comments", 4},
+    {"c14n", TALVO_C14N_10},
+    {"c14n-comments", TALVO_C14N_10_WITH_COMMENTS},
+    {"exc", TALVO_C14N_EXCLUSIVE},
+    {"exc-comments", TALVO_C14N_EXCLUSIVE_WITH_COMMENTS},
+    {"c14n11", TALVO_C14N_11},
+    {"c14n11-comments", TALVO_C14N_11_WITH_COMMENTS},
+    {"exclusive", TALVO_C14N_EXCLUSIVE},
+    {"exclusive-comments", TALVO_C14N_EXCLUSIVE_WITH_COMMENTS},
 };
 
 std::string withoutHyphens(std::string_view name) {
@@ -30,10 +36,10 @@ bool sameName(std::string_view first, std::string_view second) {
   return equalIgnoringCase(withoutHyphens(first), withoutHyphens(second));
 }
 
-Result<int32_t> byName(AlgorithmKind kind, std::string_view what, std::string_view name) {
+Result<int32_t> byName(uint32_t kind, std::string_view what, std::string_view name) {
   std::string known;
   for (int32_t number = 0; number < kAlgorithmNumbersEnd; ++number) {
-    const char *own = talvo_xml_algorithm_getname(static_cast<uint32_t>(kind), number);
+    const char *own = talvo_xml_algorithm_getname(kind, number);
     if (own == nullptr) {
       continue;
     }
@@ -47,22 +53,22 @@ Result<int32_t> byName(AlgorithmKind kind, std::string_view what, std::string_vi
 
 }  // namespace
 
-std::string algorithmName(AlgorithmKind kind, int32_t number) {
-  const char *name = talvo_xml_algorithm_getname(static_cast<uint32_t>(kind), number);
+std::string algorithmName(uint32_t kind, int32_t number) {
+  const char *name = talvo_xml_algorithm_getname(kind, number);
   return name == nullptr ? "unknown" : name;
 }
 
-std::string jsonName(AlgorithmKind kind, int32_t number) {
-  const char *name = talvo_xml_algorithm_getjsonname(static_cast<uint32_t>(kind), number);
+std::string jsonName(uint32_t kind, int32_t number) {
+  const char *name = talvo_xml_algorithm_getjsonname(kind, number);
   return name == nullptr ? "" : name;
 }
 
 Result<int32_t> digestByName(std::string_view name) {
-  return byName(AlgorithmKind::digest, "digest method", name);
+  return byName(TALVO_ALGORITHM_DIGEST, "digest method", name);
 }
 
 Result<int32_t> signatureByName(std::string_view name) {
-  return byName(AlgorithmKind::signature, "signature method", name);
+  return byName(TALVO_ALGORITHM_SIGNATURE, "signature method", name);
 }
 
 std::string c14nModeNames() {

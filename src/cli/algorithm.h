@@ -6,23 +6,17 @@
 #include <string>
 #include <string_view>
 
+#include "talvo_xml.h"
+
 #include "cli/result.h"
 
 namespace talvo::cli {
-
-enum class AlgorithmKind : uint32_t {
-  c14n = 1,
-  digest = 2,
-  signature = 3,
-  transform = 4,
-  certificates = 5,  // which certificates go into KeyInfo
-};
 
 // All numbers of the library lie below.
 constexpr int32_t kAlgorithmNumbersEnd = 128;
 
 // The library's name, or "unknown".
-std::string algorithmName(AlgorithmKind kind, int32_t number);
+std::string algorithmName(uint32_t kind, int32_t number);
 
 // The number for a name of the library or of the JSON parameters, in any case and with or without
 // hyphens.
@@ -33,14 +27,14 @@ Result<int32_t> signatureByName(std::string_view name);
 std::string c14nModeNames();
 Result<uint32_t> c14nModeByName(std::string_view name);
 // The JSON parameters' name for the algorithm; empty where it has none.
-std::string jsonName(AlgorithmKind kind, int32_t number);
+std::string jsonName(uint32_t kind, int32_t number);
 
 inline bool isExclusive(uint32_t c14nMode) {
-  return c14nMode == 3 || c14nMode == 4;
+  return c14nMode == TALVO_C14N_EXCLUSIVE || c14nMode == TALVO_C14N_EXCLUSIVE_WITH_COMMENTS;
 }
 inline bool isHmac(int32_t signatureMethod) {
-  return signatureMethod >= 33 && signatureMethod <= 39;
+  return signatureMethod >= TALVO_SIGNATURE_HMAC_SHA1 &&
+         signatureMethod <= TALVO_SIGNATURE_HMAC_RIPEMD160;
 }
-constexpr int32_t kDsaSha1 = 72;
 
 }  // namespace talvo::cli

@@ -39,8 +39,6 @@ void declare(CLI::App &command, CountersignOptions &options) {
   declareExtend(command, options.extend);
 }
 
-constexpr int32_t kC14n10 = 1;
-
 Result<Json> makeParameters(const CountersignOptions &options, const Signer &signer) {
   if (!options.parameters.empty()) {
     return loadJson(options.parameters);
@@ -51,8 +49,8 @@ Result<Json> makeParameters(const CountersignOptions &options, const Signer &sig
     return method.failure();
   }
   JsonObject parameters;
-  parameters.text("C14NAlgo", jsonName(AlgorithmKind::c14n, kC14n10))
-      .text("SignAlgo", jsonName(AlgorithmKind::signature, *method));
+  parameters.text("C14NAlgo", jsonName(TALVO_ALGORITHM_C14N, TALVO_C14N_10))
+      .text("SignAlgo", jsonName(TALVO_ALGORITHM_SIGNATURE, *method));
   return Json(talvo_json_dup(parameters.json()));
 }
 

@@ -12,8 +12,6 @@ namespace talvo::cli {
 
 namespace {
 
-constexpr int32_t kUnlock = 0x40000000;
-constexpr int32_t kSigningKey = 2;
 constexpr std::string_view kToken = "pkcs11:";
 
 using Password = std::optional<std::string>;
@@ -109,11 +107,11 @@ Result<OpenedCertificate> openCertificate(const std::string &path, const Passwor
 
 Result<KeyPair> keyOfCertificate(const OpenedCertificate &opened, const std::string &path,
                                  const Password &password) {
-  if (TalvoPKICertHasKeyPair(opened.certificate.get()) == 0) {
+  if (TalvoPKICertHasKeyPair(opened.certificate.get()) == TALVO_KEY_PAIR_NONE) {
     return badInput(fileLabel(path) + ": comes without private key: name its file with --key");
   }
-  KeyPair key(
-      TalvoPKICertGetCertKeyPair(opened.certificate.get(), kUnlock, kSigningKey, textOf(password)));
+  KeyPair key(TalvoPKICertGetCertKeyPair(opened.certificate.get(), TALVO_KEY_PAIR_UNLOCK,
+                                         TALVO_USE_SIGN, textOf(password)));
   if (key == nullptr) {
     return badInput(fileLabel(path) + ": its private key: " +
                     openProblem(opened.keyProblem, "it cannot be unlocked"));

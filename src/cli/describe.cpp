@@ -8,10 +8,6 @@ namespace talvo::cli {
 
 namespace {
 
-constexpr int32_t kSerial = 32;
-constexpr int32_t kSubject = 48;
-constexpr int32_t kIssuer = 49;
-
 // The revocation values of this signature, not those of a signature inside it. An application may
 // write the containers without namespace, so only local names count.
 constexpr const char *kRevocationValues =
@@ -34,7 +30,7 @@ JsonObject describeTimeStamp(const Signature *signature, int32_t index) {
   }
   report.optionalText("time", isoTime(Time(TalvoPKIMsgTimeStampGetTime(timeStamp.get())).get()));
   const Certificate authority(TalvoPKIMsgTimeStampGetSigner(timeStamp.get()));
-  return report.optionalText("authority", attributeOf(authority.get(), kSubject));
+  return report.optionalText("authority", attributeOf(authority.get(), TALVO_CERT_SUBJECT));
 }
 
 JsonArray describeTimeStamps(const Signature *signature) {
@@ -66,7 +62,8 @@ JsonObject describeRevocationValue(const XmlNode *node) {
     return report;
   }
   const DistinguishedName issuer(talvo_crl_getissuer(crl.get()));
-  report.optionalText("issuer", UString(talvo_cert_dn_getldapstring(issuer.get(), 1)));
+  report.optionalText("issuer",
+                      UString(talvo_cert_dn_getldapstring(issuer.get(), TALVO_DN_RFC4514)));
   report.optionalText("thisUpdate", isoTime(Time(talvo_crl_getthisupdate(crl.get())).get()));
   return report.optionalText("nextUpdate", isoTime(Time(talvo_crl_getnextupdate(crl.get())).get()));
 }
@@ -135,7 +132,7 @@ void addNonEmpty(JsonObject &report, std::string_view key, const JsonArray &valu
 
 }  // namespace
 
-JsonObject describeAlgorithm(AlgorithmKind kind, int32_t number, const UString &uri) {
+JsonObject describeAlgorithm(uint32_t kind, int32_t number, const UString &uri) {
   JsonObject report;
   if (number < 0 && uri != nullptr) {
     report.text("name", view(uri));
@@ -147,9 +144,9 @@ JsonObject describeAlgorithm(AlgorithmKind kind, int32_t number, const UString &
 
 JsonObject describeCertificate(const TalvoPKICert *certificate) {
   JsonObject report;
-  report.optionalText("subject", attributeOf(certificate, kSubject));
-  report.optionalText("issuer", attributeOf(certificate, kIssuer));
-  return report.optionalText("serial", attributeOf(certificate, kSerial));
+  report.optionalText("subject", attributeOf(certificate, TALVO_CERT_SUBJECT));
+  report.optionalText("issuer", attributeOf(certificate, TALVO_CERT_ISSUER));
+  return report.optionalText("serial", attributeOf(certificate, TALVO_CERT_SERIAL_NUMBER));
 }
 
 void describeXades(const Signature *signature, bool mayLeaveDocument, JsonObject &report) {

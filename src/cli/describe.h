@@ -10,7 +10,7 @@
 namespace talvo::cli {
 
 // Name and number; of an algorithm that the library does not know, the identifier as written.
-JsonObject describeAlgorithm(AlgorithmKind kind, int32_t number, const UString &uri);
+JsonObject describeAlgorithm(uint32_t kind, int32_t number, const UString &uri);
 
 // Subject, issuer, serial number; of null an empty object.
 JsonObject describeCertificate(const TalvoPKICert *certificate);

@@ -13,11 +13,18 @@ struct KindName {
   std::string_view name;
 };
 
-constexpr KindName kKeyInfoKinds[] = {{1, "KeyName"},  {2, "KeyValue"}, {3, "RetrievalMethod"},
-                                      {4, "X509Data"}, {7, "MgmtData"}, {-1, "other"}};
-constexpr KindName kContentKinds[] = {
-    {1, "text"}, {2, "Signature"}, {3, "SignatureProperties"}, {4, "Manifest"}, {5, "element"}};
-constexpr KindName kKeyTypes[] = {{1, "DSA"}, {2, "RSA"}};
+constexpr KindName kKeyInfoKinds[] = {{TALVO_KEYINFO_KEY_NAME, "KeyName"},
+                                      {TALVO_KEYINFO_KEY_VALUE, "KeyValue"},
+                                      {TALVO_KEYINFO_RETRIEVAL_METHOD, "RetrievalMethod"},
+                                      {TALVO_KEYINFO_X509_DATA, "X509Data"},
+                                      {TALVO_KEYINFO_MGMT_DATA, "MgmtData"},
+                                      {TALVO_KEYINFO_OTHER, "other"}};
+constexpr KindName kContentKinds[] = {{TALVO_OBJECT_TEXT, "text"},
+                                      {TALVO_OBJECT_SIGNATURE, "Signature"},
+                                      {TALVO_OBJECT_SIGNATURE_PROPERTIES, "SignatureProperties"},
+                                      {TALVO_OBJECT_MANIFEST, "Manifest"},
+                                      {TALVO_OBJECT_NODE, "element"}};
+constexpr KindName kKeyTypes[] = {{TALVO_KEY_VALUE_DSA, "DSA"}, {TALVO_KEY_VALUE_RSA, "RSA"}};
 
 template <size_t Count>
 std::string_view nameOf(const KindName (&names)[Count], int32_t kind) {
@@ -31,8 +38,8 @@ std::string_view nameOf(const KindName (&names)[Count], int32_t kind) {
 
 std::string base64(const void *octets, size_t length) {
   char *text = nullptr;
-  constexpr int32_t kOneLine = 4;
-  if (length == 0 || talvo_base64_encode(octets, length, kOneLine, &text, nullptr) != 1) {
+  if (length == 0 ||
+      talvo_base64_encode(octets, length, TALVO_BASE64_ONE_LINE, &text, nullptr) != 1) {
     return {};
   }
   return TextBuffer(text).get();
@@ -48,7 +55,7 @@ JsonArray describeTransforms(const Reference *reference) {
        ++index) {
     const UString uri(talvo_xml_signature_reference_gettransformuri(reference, index));
     JsonObject transform =
-        describeAlgorithm(AlgorithmKind::transform,
+        describeAlgorithm(TALVO_ALGORITHM_TRANSFORM,
                           talvo_xml_signature_reference_gettransform(reference, index), uri);
     transforms.add(transform);
   }
@@ -62,7 +69,7 @@ JsonObject describeReference(const Reference *reference) {
   report.optionalText("type", UString(talvo_xml_signature_reference_gettype(reference)));
   report.member("transforms", describeTransforms(reference).json());
   report.object("digest",
-                describeAlgorithm(AlgorithmKind::digest,
+                describeAlgorithm(TALVO_ALGORITHM_DIGEST,
                                   talvo_xml_signature_reference_getdigestmethod(reference),
                                   UString(talvo_xml_signature_reference_getdigesturi(reference))));
   return report.text("digestValue",
@@ -118,13 +125,12 @@ JsonArray describeManifest(XmlNode *manifest) {
 }
 
 JsonObject describeContent(const Signature *signature, int32_t object, int32_t item) {
-  constexpr int32_t kManifest = 4;
   JsonObject report;
   const int32_t kind = talvo_xml_signature_getobjectcontentkind(signature, object, item);
   XmlNode *node = talvo_xml_signature_getobjectcontentnode(signature, object, item);
   report.text("kind", nameOf(kContentKinds, kind));
   report.optionalText("element", UString(talvo_xml_node_getname(node)));
-  if (kind == kManifest) {
+  if (kind == TALVO_OBJECT_MANIFEST) {
     report.member("references", describeManifest(node).json());
   }
   return report;
@@ -161,7 +167,7 @@ JsonObject describeCertId(const CertId *certId) {
     report.text("serial", TextBuffer(serial).get());
   }
   report.object("digest",
-                describeAlgorithm(AlgorithmKind::digest,
+                describeAlgorithm(TALVO_ALGORITHM_DIGEST,
                                   talvo_xml_signature_xades_certid_getcerthashalgo(certId), {}));
   uint8_t *digest = nullptr;
   uint32_t length = 0;
@@ -190,11 +196,11 @@ void describeIdentifiers(const Signature *signature, JsonObject &report) {
 void describeSignedInfo(const Signature *signature, JsonObject &report) {
   int32_t method = -1;
   talvo_xml_signature_getsignalgothrim(signature, &method);
-  report.object("c14n",
-                describeAlgorithm(AlgorithmKind::c14n, talvo_xml_signature_getc14nmethod(signature),
-                                  UString(talvo_xml_signature_getc14nuri(signature))));
+  report.object(
+      "c14n", describeAlgorithm(TALVO_ALGORITHM_C14N, talvo_xml_signature_getc14nmethod(signature),
+                                UString(talvo_xml_signature_getc14nuri(signature))));
   report.object("method",
-                describeAlgorithm(AlgorithmKind::signature, method,
+                describeAlgorithm(TALVO_ALGORITHM_SIGNATURE, method,
                                   UString(talvo_xml_signature_getsignatureuri(signature))));
   int32_t hmacLength = 0;
   if (talvo_xml_signature_gethmaclength(signature, &hmacLength) == 1) {

@@ -10,8 +10,6 @@ namespace talvo::cli {
 
 namespace {
 
-constexpr uint32_t kAllowNetwork = 1;
-
 // In SignedInfo and in Manifests, whether or not their signature is complete yet. What is no
 // Reference of XML Signature is refused when it is digested.
 constexpr const char *kReferences =
@@ -64,7 +62,7 @@ Result<std::string> digestOf(XmlNode *reference, const DigestOptions &options,
                              const UString &basePath) {
   uint32_t error = 0;
   const UString digest(talvo_xml_signature_calref(
-      reference, options.allowNetwork ? kAllowNetwork : 0, basePath.get(), &error));
+      reference, options.allowNetwork ? TALVO_DEREFERENCE_NETWORK : 0, basePath.get(), &error));
   if (digest == nullptr) {
     std::string uri;
     attributeValue(reference, "URI", uri);

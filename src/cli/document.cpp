@@ -7,10 +7,6 @@ namespace talvo::cli {
 
 namespace {
 
-constexpr uint32_t kNoNetwork = 1;
-constexpr uint32_t kOmitDeclaration = 1;
-constexpr uint32_t kElement = 1;
-
 // A document in UTF-16 or UTF-32 begins with a mark or with a NUL close by, and always gets a
 // declaration, since it changes its encoding.
 bool beginsWithDeclaration(OctetView octets) {
@@ -31,8 +27,8 @@ Result<LoadedDocument> loadDocument(const std::string &path) {
     return octets.failure();
   }
   LoadedDocument loaded;
-  loaded.document.reset(
-      talvo_xml_parse_ex(octets->data(), static_cast<int64_t>(octets->size()), kNoNetwork));
+  loaded.document.reset(talvo_xml_parse_ex(octets->data(), static_cast<int64_t>(octets->size()),
+                                           TALVO_PARSE_NO_NETWORK));
   if (loaded.document == nullptr) {
     return badInput(fileLabel(path) + ": is not well-formed XML");
   }
@@ -41,8 +37,8 @@ Result<LoadedDocument> loadDocument(const std::string &path) {
 }
 
 Check writeDocument(const std::string &path, const LoadedDocument &loaded) {
-  const Blob octets(
-      talvo_xml_doc_dump(loaded.document.get(), loaded.hasDeclaration ? 0 : kOmitDeclaration));
+  const Blob octets(talvo_xml_doc_dump(loaded.document.get(),
+                                       loaded.hasDeclaration ? 0 : TALVO_DUMP_NO_DECLARATION));
   if (octets == nullptr) {
     return failed("the document cannot be saved");
   }
@@ -86,7 +82,7 @@ Result<XmlNode *> elementByXPath(XmlDoc *document, const std::string &expression
                     std::to_string(talvo_arraylist_getcount(found)) + " nodes instead of one");
   }
   auto *node = static_cast<XmlNode *>(talvo_arraylist_getitem(found, 0));
-  if (talvo_xml_node_gettype(node) != kElement) {
+  if (talvo_xml_node_gettype(node) != TALVO_NODE_ELEMENT) {
     return badInput(shown(expression) + ": selects no element");
   }
   return node;

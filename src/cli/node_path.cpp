@@ -6,8 +6,6 @@ namespace talvo::cli {
 
 namespace {
 
-constexpr uint32_t kElement = 1;
-
 std::string qualifiedName(const XmlNode *element) {
   const UString prefix(talvo_xml_node_getprefixedname(element));
   const UString name(talvo_xml_node_getname(element));
@@ -15,7 +13,7 @@ std::string qualifiedName(const XmlNode *element) {
 }
 
 bool isElementNamed(const XmlNode *node, const std::string &name) {
-  return talvo_xml_node_gettype(node) == kElement && qualifiedName(node) == name;
+  return talvo_xml_node_gettype(node) == TALVO_NODE_ELEMENT && qualifiedName(node) == name;
 }
 
 bool hasFollowerNamed(const XmlNode *element, const std::string &name) {
@@ -30,7 +28,7 @@ bool hasFollowerNamed(const XmlNode *element, const std::string &name) {
 
 std::string NodePaths::of(const XmlNode *element) {
   std::string path;
-  for (; element != nullptr && talvo_xml_node_gettype(element) == kElement;
+  for (; element != nullptr && talvo_xml_node_gettype(element) == TALVO_NODE_ELEMENT;
        element = talvo_xml_node_getparent(element)) {
     path.insert(0, step(element));
   }

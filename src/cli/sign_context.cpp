@@ -9,15 +9,14 @@ namespace talvo::cli {
 
 namespace {
 
-constexpr int32_t kEnvelopedTransform = 48;
-constexpr int32_t kSm2WithSm3 = 83;
-
 struct DefaultMethod {
   int32_t keyType;
   int32_t method;
 };
 
-constexpr DefaultMethod kDefaultMethods[] = {{1, 68}, {2, kDsaSha1}, {4, 75}};
+constexpr DefaultMethod kDefaultMethods[] = {{TALVO_KEY_TYPE_RSA, TALVO_SIGNATURE_RSA_SHA256},
+                                             {TALVO_KEY_TYPE_DSA, TALVO_SIGNATURE_DSA_SHA1},
+                                             {TALVO_KEY_TYPE_EC, TALVO_SIGNATURE_ECDSA_SHA256}};
 
 struct CertificateOption {
   std::string_view name;
@@ -25,7 +24,10 @@ struct CertificateOption {
 };
 
 constexpr CertificateOption kCertificateOptions[] = {
-    {"none", 1}, {"self", 2}, {"path", 3}, {"path-with-root", 4}};
+    {"none", TALVO_CERTIFICATES_NONE},
+    {"self", TALVO_CERTIFICATES_SELF},
+    {"path", TALVO_CERTIFICATES_PATH},
+    {"path-with-root", TALVO_CERTIFICATES_PATH_WITH_ROOT}};
 
 int32_t certificateOption(std::string_view name) {
   for (const CertificateOption &option : kCertificateOptions) {
@@ -56,8 +58,8 @@ List transformsFor(const Draft &draft, const std::string &uri) {
     return nullptr;
   }
   List transforms = makeList<TransformCtx, talvo_xml_signature_transformctx_free>();
-  append(transforms,
-         TransformContext(talvo_xml_signature_transformctx_new(kEnvelopedTransform, nullptr)));
+  append(transforms, TransformContext(
+                         talvo_xml_signature_transformctx_new(TALVO_TRANSFORM_ENVELOPED, nullptr)));
   return transforms;
 }
 
@@ -68,7 +70,7 @@ Check addReference(const List &references, const Draft &draft, const std::string
       nullptr, transforms.get()));
   if (!append(references, std::move(reference))) {
     return badInput("\"" + shown(uri) + "\": cannot be referred to with the digest method " +
-                    algorithmName(AlgorithmKind::digest, draft.digest));
+                    algorithmName(TALVO_ALGORITHM_DIGEST, draft.digest));
   }
   return std::nullopt;
 }
@@ -158,8 +160,9 @@ bool setXades(SignedInfoCtx *context, const Draft &draft, int32_t certificates) 
     set = set && talvo_xml_signature_signedinfoctx_xades_setusesigningtime(context, 1) == 1;
   }
   if (options.signingCertificate) {
-    set = set && talvo_xml_signature_signedinfoctx_xades_setsigningcertificateinfo(
-                     context, draft.digest, std::max(certificates, 2)) == 1;
+    set = set &&
+          talvo_xml_signature_signedinfoctx_xades_setsigningcertificateinfo(
+              context, draft.digest, std::max<int32_t>(certificates, TALVO_CERTIFICATES_SELF)) == 1;
   }
   if (options.policyImplied) {
     set = set && talvo_xml_signature_signedinfoctx_xades_setsignaturepolicyimplied(context) == 1;
@@ -190,7 +193,7 @@ Result<SignRequest> finish(Draft &draft) {
   request.signedInfo.reset(talvo_xml_signature_signedinfoctx_new(
       nullptr, draft.c14n, draft.prefixes.get(), draft.method, draft.references.get()));
   if (request.signedInfo == nullptr) {
-    return badInput(algorithmName(AlgorithmKind::signature, draft.method) +
+    return badInput(algorithmName(TALVO_ALGORITHM_SIGNATURE, draft.method) +
                     ": cannot be used to sign");
   }
   if (const Check problem = applySettings(request.signedInfo.get(), draft)) {
@@ -206,7 +209,7 @@ Result<SignRequest> finish(Draft &draft) {
 
 Result<int32_t> defaultMethod(const KeyPair &key) {
   if (TalvoPKICryptoIsSM2KeyPair(key.get()) == 1) {
-    return kSm2WithSm3;
+    return TALVO_SIGNATURE_SM2_SM3;
   }
   const int32_t type = TalvoPKICryptoGetKeypairType(key.get());
   for (const DefaultMethod &row : kDefaultMethods) {

@@ -7,8 +7,6 @@ namespace talvo::cli {
 
 namespace {
 
-constexpr uint32_t kXml10 = 0;
-
 Json member(const talvo_json *object, std::string_view key) {
   return Json(talvo_json_getmember(object, key.data(), key.size()));
 }
@@ -65,7 +63,7 @@ Check checkParameters(const std::string &path, const Json &parameters) {
 Result<XmlNode *> addSignatureElement(Placement &placement) {
   LoadedDocument &loaded = placement.loaded;
   if (!placement.isEnveloped()) {
-    loaded = {Document(talvo_xml_doc_new(kXml10)), true};
+    loaded = {Document(talvo_xml_doc_new(TALVO_XML_10)), true};
   }
   const UString prefix = makeString("ds");
   XmlNode *signature = talvo_xml_signature_newsignaturenode(

@@ -16,16 +16,6 @@ namespace talvo::cli {
 
 namespace {
 
-enum VerifyError : uint32_t {
-  invalidReference = 2,
-  idRegistration = 15,
-  noSignature = 16,
-  undecodable = 17,
-};
-
-constexpr uint32_t kAllowNetwork = 1;
-constexpr uint32_t kFollowManifests = 2;
-
 // What is common to the signatures of one document.
 struct Verification {
   const VerifySetting &setting;
@@ -33,8 +23,8 @@ struct Verification {
   NodePaths paths;
 
   uint32_t flags() const {
-    return (setting.allowNetwork ? kAllowNetwork : 0) |
-           (setting.followManifests ? kFollowManifests : 0);
+    return (setting.allowNetwork ? TALVO_DEREFERENCE_NETWORK : 0) |
+           (setting.followManifests ? TALVO_DEREFERENCE_MANIFESTS : 0);
   }
   const void *externalData() const {
     return setting.externalData ? setting.externalData->data() : nullptr;
@@ -58,7 +48,7 @@ void prepare(Signature *signature, const Verification &run) {
     talvo_xml_signature_sethmackey(signature, run.setting.hmacKey.data(),
                                    run.setting.hmacKey.size());
   }
-  if (method == kDsaSha1 && run.setting.p != nullptr) {
+  if (method == TALVO_SIGNATURE_DSA_SHA1 && run.setting.p != nullptr) {
     talvo_xml_signature_sethdomainparam(signature, run.setting.p.get(), run.setting.q.get(),
                                         run.setting.g.get());
   }
@@ -71,10 +61,10 @@ void prepare(Signature *signature, const Verification &run) {
 
 // `failed` becomes the index of the reference that fails, or -1.
 uint32_t validateReferences(const Signature *signature, const Verification &run, int32_t *failed) {
-  uint32_t error = 0;
+  uint32_t error = TALVO_VERIFY_ERROR_INVALID_REFERENCE;
   const int32_t valid = talvo_xml_signature_referencevalidation_ex2(
       signature, run.flags(), run.externalData(), run.externalLength(), failed, &error);
-  return valid == 1 ? 0 : error == 0 ? invalidReference : error;
+  return valid == 1 ? 0 : error;
 }
 
 JsonObject describeReference(const Reference *reference, int32_t number, uint32_t error) {
@@ -83,7 +73,7 @@ JsonObject describeReference(const Reference *reference, int32_t number, uint32_
   report.optionalText("id", UString(talvo_xml_signature_reference_getid(reference)));
   report.optionalText("uri", UString(talvo_xml_signature_reference_geturi(reference)));
   report.object("digest",
-                describeAlgorithm(AlgorithmKind::digest,
+                describeAlgorithm(TALVO_ALGORITHM_DIGEST,
                                   talvo_xml_signature_reference_getdigestmethod(reference),
                                   UString(talvo_xml_signature_reference_getdigesturi(reference))));
   return report.number("error", error).text("message", errorMessage(error));
@@ -102,7 +92,7 @@ void describe(const Signature *signature, JsonObject &report) {
   int32_t method = -1;
   talvo_xml_signature_getsignalgothrim(signature, &method);
   report.object("method",
-                describeAlgorithm(AlgorithmKind::signature, method,
+                describeAlgorithm(TALVO_ALGORITHM_SIGNATURE, method,
                                   UString(talvo_xml_signature_getsignatureuri(signature))));
   const Certificate signer(talvo_xml_signature_getsigncert(signature));
   if (signer != nullptr) {
@@ -119,8 +109,8 @@ uint32_t verifySignature(XmlNode *element, Verification &run, JsonObject &report
   }
   const SignatureRecord signature(talvo_xml_decode_signature(element));
   if (signature == nullptr) {
-    addVerdict(report, undecodable);
-    return undecodable;
+    addVerdict(report, TALVO_VERIFY_ERROR_UNDECODABLE);
+    return TALVO_VERIFY_ERROR_UNDECODABLE;
   }
   prepare(signature.get(), run);
   uint32_t error = 0;
@@ -140,10 +130,10 @@ uint32_t verifySignature(XmlNode *element, Verification &run, JsonObject &report
 uint32_t verifyDocument(XmlDoc *document, Verification &run, JsonArray &reports) {
   const List signatures = allSignatures(document);
   if (items<XmlNode>(signatures).empty()) {
-    return noSignature;
+    return TALVO_VERIFY_ERROR_NO_SIGNATURE;
   }
   if (talvo_xml_signature_setid(document) != 1) {
-    return idRegistration;
+    return TALVO_VERIFY_ERROR_ID_REGISTRATION;
   }
   uint32_t first = 0;
   for (XmlNode *element : items<XmlNode>(signatures)) {

@@ -1,10 +1,10 @@
 #include "transform/canonicalize.h"
 
-#include <array>
 #include <string_view>
 #include <vector>
 
 #include "base/boundary.h"
+#include "signature/vocabulary/algorithm.h"
 #include "transform/canonical/refusal.h"
 #include "transform/canonical/tree_walk.h"
 #include "transform/selection.h"
@@ -14,28 +14,15 @@
 namespace talvo {
 namespace {
 
-struct Method {
-  int32_t number;
-  C14nMode mode;
-  bool withComments;
-};
-
-constexpr std::array<Method, 6> kMethods = {{
-    {1, C14nMode::inclusive10, false},
-    {2, C14nMode::inclusive10, true},
-    {3, C14nMode::exclusive, false},
-    {4, C14nMode::exclusive, true},
-    {6, C14nMode::inclusive11, false},
-    {7, C14nMode::inclusive11, true},
-}};
-
-const Method *findMethod(int32_t number) noexcept {
-  for (const Method &method : kMethods) {
-    if (method.number == number) {
-      return &method;
-    }
+C14nMode modeOf(C14nKind kind) noexcept {
+  switch (kind) {
+    case C14nKind::exclusive:
+      return C14nMode::exclusive;
+    case C14nKind::inclusive11:
+      return C14nMode::inclusive11;
+    default:
+      return C14nMode::inclusive10;
   }
-  return nullptr;
 }
 
 // The texts of a prefix block; none for null.
@@ -57,17 +44,17 @@ bool OctetCollector::write(Bytes octets) noexcept {
 }
 
 bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **prefixes) noexcept {
-  const Method *found = findMethod(method);
   XmlDoc *document = documentOf(nodes);
-  if (found == nullptr || !isCanonical(document)) {
+  if (!canCanonicalize(method) || !isCanonical(document)) {
     return false;
   }
   return guard([&] {
+    const TransformAlgorithm &row = *c14nByNumber(method);
     const std::vector<std::string_view> listed = viewsOf(prefixes);
     Selection selection(nodes);
     const bool isDone = selection.isEmpty() ||
                         canonicalizeTree(sink, nativeDoc(document), selection.tree(),
-                                         {found->mode, found->withComments, listed, nullptr});
+                                         {modeOf(row.c14n), row.withComments, listed, nullptr});
     return isDone && !selection.hasFailed();
   });
 }
@@ -94,7 +81,7 @@ using namespace talvo;
 talvo_data_blob *talvo_xml_c14nnode(XmlNode *node, uint32_t mode,
                                     const talvo_arraylist *prefixes) noexcept {
   const auto method = static_cast<int32_t>(mode);
-  const bool takesPrefixes = prefixes != nullptr && (method == 3 || method == 4);
+  const bool takesPrefixes = prefixes != nullptr && isExclusive(method);
   const PrefixBlock block(takesPrefixes ? getexcc14nparam2(prefixes) : nullptr);
   if (takesPrefixes && !block) {
     return nullptr;

@@ -25,7 +25,8 @@ class OctetCollector final : public OctetSink {
   std::string octets_;
 };
 
-constexpr int32_t kDefaultC14n = 1;  // where a node set must become octets and nobody said how
+// Where a node set must become octets and nobody said how.
+constexpr int32_t kDefaultC14n = TALVO_C14N_10;
 
 // The three functions take methods 1 to 4, 6 and 7; prefixes count for 3 and 4 only and may be
 // null. A canonicalisation can fail after octets were written: then they mean nothing.

@@ -24,9 +24,6 @@ TransformData *newOctets(Blob octets, bool isSameDocument) noexcept {
              : make<TransformData>(kSource, nullptr, std::move(octets), isSameDocument).release();
 }
 
-// Octets that a reference names are parsed without reaching for the network, whatever its flags.
-constexpr uint32_t kParseOffline = 1;
-
 // Wraps a node set, and, where no further step follows, makes octets of it.
 TransformData *finish(OwnedNodeSet nodes, int32_t isLast, bool isSameDocument) noexcept {
   TransformInput result(talvo_xml_transform_newnodeset(nodes.release(), isSameDocument ? 1 : 0));
@@ -111,8 +108,9 @@ OwnedNodeSet nodesOf(const TransformData &input) noexcept {
     return OwnedNodeSet(talvo_xml_nodeset_dup(input.nodes.get()));
   }
   const Bytes octets = bytesOf(input.octets.get());
-  Handle<XmlDoc, talvo_xml_doc_free> document(
-      talvo_xml_parse_ex(octets.data(), static_cast<int64_t>(octets.size()), kParseOffline));
+  // Octets that a reference names are parsed without reaching for the network, whatever its flags.
+  Handle<XmlDoc, talvo_xml_doc_free> document(talvo_xml_parse_ex(
+      octets.data(), static_cast<int64_t>(octets.size()), TALVO_PARSE_NO_NETWORK));
   OwnedNodeSet nodes(talvo_xml_nodeset_getwholexml(document.get(), 1, 1));
   if (nodes != nullptr) {
     document.release();  // the set owns it now
@@ -169,33 +167,35 @@ TransformData *talvo_xml_siganture_excute_c14n(int32_t method, const TransformDa
 
 TransformData *talvo_xml_siganture_c14n(const TransformData *input, int32_t isLast,
                                         void *) noexcept {
-  return talvo_xml_siganture_excute_c14n(1, input, isLast, nullptr);
+  return talvo_xml_siganture_excute_c14n(TALVO_C14N_10, input, isLast, nullptr);
 }
 
 TransformData *talvo_xml_siganture_c14n_with_comments(const TransformData *input, int32_t isLast,
                                                       void *) noexcept {
-  return talvo_xml_siganture_excute_c14n(2, input, isLast, nullptr);
+  return talvo_xml_siganture_excute_c14n(TALVO_C14N_10_WITH_COMMENTS, input, isLast, nullptr);
 }
 
 TransformData *talvo_xml_siganture_exc_c14n(const TransformData *input, int32_t isLast,
                                             void *parameter) noexcept {
-  return talvo_xml_siganture_excute_c14n(3, input, isLast, static_cast<char **>(parameter));
+  return talvo_xml_siganture_excute_c14n(TALVO_C14N_EXCLUSIVE, input, isLast,
+                                         static_cast<char **>(parameter));
 }
 
 TransformData *talvo_xml_siganture_exc_c14n_with_comments(const TransformData *input,
                                                           int32_t isLast,
                                                           void *parameter) noexcept {
-  return talvo_xml_siganture_excute_c14n(4, input, isLast, static_cast<char **>(parameter));
+  return talvo_xml_siganture_excute_c14n(TALVO_C14N_EXCLUSIVE_WITH_COMMENTS, input, isLast,
+                                         static_cast<char **>(parameter));
 }
 
 TransformData *talvo_xml_siganture_c14nv1_1(const TransformData *input, int32_t isLast,
                                             void *) noexcept {
-  return talvo_xml_siganture_excute_c14n(6, input, isLast, nullptr);
+  return talvo_xml_siganture_excute_c14n(TALVO_C14N_11, input, isLast, nullptr);
 }
 
 TransformData *talvo_xml_siganture_c14nv1_1_with_comments(const TransformData *input,
                                                           int32_t isLast, void *) noexcept {
-  return talvo_xml_siganture_excute_c14n(7, input, isLast, nullptr);
+  return talvo_xml_siganture_excute_c14n(TALVO_C14N_11_WITH_COMMENTS, input, isLast, nullptr);
 }
 
 TransformData *talvo_xml_siganture_base64decode_transform(const TransformData *input, int32_t,

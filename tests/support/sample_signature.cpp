@@ -14,7 +14,7 @@ namespace {
 
 std::string base64(std::string_view octets) {
   const UString text = encodeBase64(
-      {reinterpret_cast<const uint8_t *>(octets.data()), octets.size()}, Base64Form::lines);
+      {reinterpret_cast<const uint8_t *>(octets.data()), octets.size()}, TALVO_BASE64_LINES);
   return std::string(viewOf(text.get()));
 }
 

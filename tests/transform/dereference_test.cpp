@@ -215,7 +215,7 @@ TEST_F(DereferenceTest, TheNetworkNeedsLeave) {
   EXPECT_EQ(uri(server.url("/a")), "error 21");
   EXPECT_EQ(uri("b"), "error 21");
   EXPECT_EQ(server.requests(), 0);
-  uri.flags = kAllowNetwork;
+  uri.flags = TALVO_DEREFERENCE_NETWORK;
   EXPECT_EQ(uri(server.url("/a")), "fetched /a");
   EXPECT_EQ(uri("b"), "fetched /dir/b");
   EXPECT_EQ(uri("../c"), "fetched /c");
@@ -245,7 +245,8 @@ class ManifestTest : public LibraryTest {
   }
 
   // Dereferences "#m0" in a document of Manifests.
-  static std::string run(const std::string &manifests, uint32_t flags = kVerifyManifests) {
+  static std::string run(const std::string &manifests,
+                         uint32_t flags = TALVO_DEREFERENCE_MANIFESTS) {
     const Workshop shop;
     shop.write("abc", "abc");
     const Document document =

@@ -74,9 +74,9 @@ TEST_F(StreamDigestTest, FilesAreDigestedWhereTheyStand) {
 TEST_F(StreamDigestTest, TheNetworkIsNeverUsed) {
   HttpServer server([](const HttpRequest &) { return HttpReply{200, "abc"}; });
   EXPECT_EQ(digest("a", server.url("/")), "error 28");
-  EXPECT_EQ(digest("a", server.url("/"), 1, kAllowNetwork), "error 2");
+  EXPECT_EQ(digest("a", server.url("/"), 1, TALVO_DEREFERENCE_NETWORK), "error 2");
   EXPECT_EQ(verify("a", server.url("/"), "x"), 21U);
-  EXPECT_EQ(verify("a", server.url("/"), "x", kAllowNetwork), 2U);
+  EXPECT_EQ(verify("a", server.url("/"), "x", TALVO_DEREFERENCE_NETWORK), 2U);
   EXPECT_EQ(server.requests(), 0);
 }
 

@@ -24,30 +24,13 @@ struct ProductionPlace {
 
 void freeProductionPlace(ProductionPlace *place) noexcept;
 
-// Which certificates are written.
-constexpr int32_t kIncludeNone = 1;
-constexpr int32_t kIncludeSelf = 2;
-constexpr int32_t kIncludePath = 3;
-constexpr int32_t kIncludePathWithRoot = 4;
-
-// What an ObjectCtx holds.
-constexpr uint32_t kObjectData = 1;
-constexpr uint32_t kObjectSignatureProperties = 3;
-constexpr uint32_t kObjectManifest = 4;
-constexpr uint32_t kObjectNode = 5;
-
-// What a SignatureKey holds.
-constexpr uint32_t kKeyHmac = 1;
-constexpr uint32_t kKeyCertificate = 4;
-constexpr uint32_t kKeyPublic = 5;
-
 }  // namespace talvo
 
 struct TransformCtx : talvo::Counted {
   XmlNode *signatureElement = nullptr;  // set just before digesting
   int32_t algorithm = 0;
-  talvo::List prefixes;             // of ustring, for 3 and 4; null for none
-  talvo::UString expression;        // for 32
+  talvo::List prefixes;             // of ustring, for exclusive methods; null for none
+  talvo::UString expression;        // of an XPath filter
   XmlNode *xpathElement = nullptr;  // the XPath element that was generated for the expression
 };
 
@@ -68,13 +51,13 @@ struct SignedInfoCtx : talvo::Counted {
   talvo::List prefixes;  // of ustring; only with exclusive canonicalisation
   int32_t signatureMethod = 0;
   talvo::List references;  // of ReferenceCtx
-  int32_t includeCertOption = talvo::kIncludeSelf;
+  int32_t includeCertOption = TALVO_CERTIFICATES_SELF;
   bool useSigningTime = false;
   talvo::UString qualifyingPropertiesId;
   talvo::UString signedPropertiesId;
   talvo::UString signedSignaturePropertiesId;
   int32_t signingCertificateDigest = -1;  // -1: no SigningCertificate
-  int32_t signingCertificateOption = talvo::kIncludeSelf;
+  int32_t signingCertificateOption = TALVO_CERTIFICATES_SELF;
   bool signaturePolicyPresent = false;
   bool signaturePolicyImplied = false;
   talvo::UString signatureValueId;
@@ -97,20 +80,20 @@ struct SignaturePropCtx : talvo::Counted {
 };
 
 struct ObjectCtx : talvo::Counted {
-  uint32_t kind = 0;  // kObject...
+  uint32_t kind = 0;  // TALVO_OBJECT_...
   talvo::UString id;
   talvo::UString mimeType;
   talvo::UString encoding;
-  XmlNode *node = nullptr;  // kind 5: first node of a run
+  XmlNode *node = nullptr;  // of nodes: the first of a run
   bool ownsNode = false;
-  talvo::UString text;   // kind 1
-  talvo::List contents;  // kind 3: of SignaturePropCtx; kind 4: of ReferenceCtx
+  talvo::UString text;
+  talvo::List contents;  // of SignaturePropCtx for properties, of ReferenceCtx for a Manifest
 
   ~ObjectCtx();
 };
 
 struct SignatureKey {
-  uint32_t type = 0;  // kKey...
+  uint32_t type = 0;  // TALVO_SIGNATURE_KEY_...
   std::variant<std::monostate, talvo::Certificate, talvo::PublicKey, talvo::Blob> value;
 
   TalvoPKICert *certificate() const noexcept {

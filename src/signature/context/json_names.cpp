@@ -22,11 +22,11 @@ std::string_view nameOfNumber(int32_t number) noexcept {
 
 int32_t signerOptionByName(std::string_view name) noexcept {
   const int32_t option = includeCertOptionByJsonName(name);
-  return option == kIncludeNone ? kUnknownAlgorithm : option;
+  return option == TALVO_CERTIFICATES_NONE ? TALVO_ALGORITHM_UNKNOWN : option;
 }
 
 std::string_view signerOptionName(int32_t option) noexcept {
-  return option == kIncludeNone ? std::string_view() : includeCertOptionJsonName(option);
+  return option == TALVO_CERTIFICATES_NONE ? std::string_view() : includeCertOptionJsonName(option);
 }
 
 std::string allowedNames(const NameTable &table) {
@@ -53,11 +53,11 @@ constexpr NameTable kSignerOptionNames{signerOptionByName, signerOptionName};
 
 bool readName(const JsonValue &value, const NameTable &table, int32_t &number) {
   number = table.numberOf(value.text());
-  return number != kUnknownAlgorithm || value.complain([&] { return allowedNames(table); });
+  return number != TALVO_ALGORITHM_UNKNOWN || value.complain([&] { return allowedNames(table); });
 }
 
 bool readOption(const JsonValue &value, const NameTable &table, int32_t &option) {
-  option = kIncludeSelf;
+  option = TALVO_CERTIFICATES_SELF;
   return !value.isPresent() || readName(value, table, option);
 }
 

@@ -46,7 +46,7 @@ TransformContext readTransform(const JsonValue &transform) {
   if (isExclusive(algorithm)) {
     return readExclusiveTransform(transform, algorithm);
   }
-  if (algorithm == kTransformXPath) {
+  if (algorithm == TALVO_TRANSFORM_XPATH) {
     return readXPathTransform(transform, algorithm);
   }
   return TransformContext(talvo_xml_signature_transformctx_new(algorithm, nullptr));
@@ -197,7 +197,7 @@ uint32_t readDereferenceFlags(const JsonValue &value) noexcept {
   const std::string_view text = value.text();
   const bool isOffline =
       text.size() == kOffline.size() && strncasecmp(text.data(), kOffline.data(), text.size()) == 0;
-  return isOffline ? 0 : 1;
+  return isOffline ? 0 : TALVO_DEREFERENCE_NETWORK;
 }
 
 bool readEntry(const JsonValue &document, EntryParameters &out) {

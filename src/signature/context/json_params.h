@@ -7,9 +7,9 @@ namespace talvo {
 
 // What the entry point itself reads, beside the SignedInfoCtx.
 struct EntryParameters {
-  UString signatureId;            // null when absent
-  UString basePath;               // null when absent, or not a string
-  uint32_t dereferenceFlags = 1;  // 0 for "offline"
+  UString signatureId;                                    // null when absent
+  UString basePath;                                       // null when absent, or not a string
+  uint32_t dereferenceFlags = TALVO_DEREFERENCE_NETWORK;  // 0 for "offline"
 };
 
 // False when "SignatureId" is not a string.

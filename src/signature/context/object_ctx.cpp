@@ -70,7 +70,7 @@ ObjectCtx *talvo_xml_signature_objectctx_newdata(const talvo_ustring *id,
                                                  const talvo_ustring *mimeType,
                                                  const talvo_ustring *encoding,
                                                  const talvo_ustring *data) noexcept {
-  ObjectContext context = newObject(kObjectData, id);
+  ObjectContext context = newObject(TALVO_OBJECT_TEXT, id);
   if (!context || !copyOptional(context->mimeType, mimeType) ||
       !copyOptional(context->encoding, encoding) || !replaceRequired(context->text, data)) {
     return nullptr;
@@ -82,7 +82,7 @@ ObjectCtx *talvo_xml_signature_objectctx_newnode(const talvo_ustring *id, XmlNod
   if (kindOf(node) != NodeKind::element) {
     return nullptr;
   }
-  ObjectContext context = newObject(kObjectNode, id);
+  ObjectContext context = newObject(TALVO_OBJECT_NODE, id);
   if (context) {
     context->node = node;
   }
@@ -91,12 +91,13 @@ ObjectCtx *talvo_xml_signature_objectctx_newnode(const talvo_ustring *id, XmlNod
 
 ObjectCtx *talvo_xml_signature_objectctx_newmanifest(const talvo_ustring *id,
                                                      const talvo_arraylist *references) noexcept {
-  return id == nullptr ? nullptr : newListObject<ReferenceCtx>(kObjectManifest, id, references);
+  return id == nullptr ? nullptr
+                       : newListObject<ReferenceCtx>(TALVO_OBJECT_MANIFEST, id, references);
 }
 
 ObjectCtx *talvo_xml_signature_objectctx_newsignprops(const talvo_ustring *id,
                                                       const talvo_arraylist *properties) noexcept {
-  return newListObject<SignaturePropCtx>(kObjectSignatureProperties, id, properties);
+  return newListObject<SignaturePropCtx>(TALVO_OBJECT_SIGNATURE_PROPERTIES, id, properties);
 }
 
 SignaturePropCtx *talvo_xml_signature_signaturepropctx_new(const talvo_ustring *id,
@@ -118,14 +119,14 @@ int32_t talvo_xml_signature_objectctx_gettype(const ObjectCtx *context) noexcept
 }
 
 XmlNode *talvo_xml_signature_objectctx_getnode(const ObjectCtx *context) noexcept {
-  return context == nullptr || context->kind != kObjectNode ? nullptr : context->node;
+  return context == nullptr || context->kind != TALVO_OBJECT_NODE ? nullptr : context->node;
 }
 
 talvo_arraylist *talvo_xml_signature_objectctx_getsignatureprops(
     const ObjectCtx *context) noexcept {
-  return contentsOf<SignaturePropCtx>(context, kObjectSignatureProperties);
+  return contentsOf<SignaturePropCtx>(context, TALVO_OBJECT_SIGNATURE_PROPERTIES);
 }
 
 talvo_arraylist *talvo_xml_signature_objectctx_getmanifest(const ObjectCtx *context) noexcept {
-  return contentsOf<ReferenceCtx>(context, kObjectManifest);
+  return contentsOf<ReferenceCtx>(context, TALVO_OBJECT_MANIFEST);
 }

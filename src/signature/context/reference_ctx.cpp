@@ -31,7 +31,7 @@ bool storeDigest(ReferenceCtx &context, const talvo_data_blob *digest) noexcept 
   if (!context.hasDigestValue) {
     return true;
   }
-  context.digestValue = encodeBase64(bytesOf(digest), Base64Form::oneLine);
+  context.digestValue = encodeBase64(bytesOf(digest), TALVO_BASE64_ONE_LINE);
   return context.digestValue != nullptr;
 }
 
@@ -111,7 +111,7 @@ talvo_ustring *talvo_xml_signature_referencectx_gettype(const ReferenceCtx *cont
 }
 
 int32_t talvo_xml_signature_referencectx_gethashalgoid(const ReferenceCtx *context) noexcept {
-  return context == nullptr ? kUnknownAlgorithm : static_cast<int32_t>(context->digestMethod);
+  return context == nullptr ? TALVO_ALGORITHM_UNKNOWN : static_cast<int32_t>(context->digestMethod);
 }
 
 talvo_data_blob *talvo_xml_signature_referencectx_gethashvalue(

@@ -18,17 +18,18 @@ SignatureKey *newKey(uint32_t type, Value value) noexcept {
 namespace talvo {
 
 Key makeHmacKey(Bytes secret) noexcept {
-  return Key(newKey(kKeyHmac, Blob(talvo_data_blob_new(secret.data(), secret.size()))));
+  return Key(
+      newKey(TALVO_SIGNATURE_KEY_HMAC, Blob(talvo_data_blob_new(secret.data(), secret.size()))));
 }
 
 }  // namespace talvo
 
 SignatureKey *talvo_xml_signature_key_newcert(const TalvoPKICert *certificate) noexcept {
-  return newKey(kKeyCertificate, Certificate(TalvoPKICertDupCert(certificate)));
+  return newKey(TALVO_SIGNATURE_KEY_CERTIFICATE, Certificate(TalvoPKICertDupCert(certificate)));
 }
 
 SignatureKey *talvo_xml_signature_key_newpubkey(TalvoPKIPublicKey *key) noexcept {
-  return newKey(kKeyPublic, PublicKey(TalvoPKICryptoDupPublicKey(key)));
+  return newKey(TALVO_SIGNATURE_KEY_PUBLIC, PublicKey(TalvoPKICryptoDupPublicKey(key)));
 }
 
 SignatureKey *talvo_xml_signature_key_dup(const SignatureKey *key) noexcept {
@@ -38,8 +39,9 @@ SignatureKey *talvo_xml_signature_key_dup(const SignatureKey *key) noexcept {
   if (const Blob *secret = std::get_if<Blob>(&key->value)) {
     return makeHmacKey(bytesOf(secret->get())).release();
   }
-  return key->type == kKeyCertificate ? talvo_xml_signature_key_newcert(key->certificate())
-                                      : talvo_xml_signature_key_newpubkey(key->publicKey());
+  return key->type == TALVO_SIGNATURE_KEY_CERTIFICATE
+             ? talvo_xml_signature_key_newcert(key->certificate())
+             : talvo_xml_signature_key_newpubkey(key->publicKey());
 }
 
 void talvo_xml_signature_key_free(SignatureKey *key) noexcept {

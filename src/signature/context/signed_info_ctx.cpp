@@ -60,7 +60,8 @@ SignedInfoCtx *talvo_xml_signature_signedinfoctx_new(const talvo_ustring *id, ui
 
 int32_t talvo_xml_signature_signedinfoctx_setincludecertflag(SignedInfoCtx *context,
                                                              int32_t option) noexcept {
-  if (context == nullptr || option < kIncludeNone || option > kIncludePathWithRoot) {
+  if (context == nullptr || option < TALVO_CERTIFICATES_NONE ||
+      option > TALVO_CERTIFICATES_PATH_WITH_ROOT) {
     return 0;
   }
   context->includeCertOption = option;
@@ -84,8 +85,8 @@ int32_t talvo_xml_signature_signedinfoctx_xades_setusesigningtime(SignedInfoCtx 
 int32_t talvo_xml_signature_signedinfoctx_xades_setsigningcertificateinfo(SignedInfoCtx *context,
                                                                           int32_t digestMethod,
                                                                           int32_t option) noexcept {
-  if (context == nullptr || !mayDigestCertificate(digestMethod) || option < kIncludeSelf ||
-      option > kIncludePathWithRoot) {
+  if (context == nullptr || !mayDigestCertificate(digestMethod) ||
+      option < TALVO_CERTIFICATES_SELF || option > TALVO_CERTIFICATES_PATH_WITH_ROOT) {
     return 0;
   }
   context->signingCertificateDigest = digestMethod;
@@ -142,11 +143,11 @@ talvo_ustring *talvo_xml_signature_signedinfoctx_getid(const SignedInfoCtx *cont
 }
 
 int32_t talvo_xml_signature_signedinfoctx_getsignalgoid(const SignedInfoCtx *context) noexcept {
-  return context == nullptr ? kUnknownAlgorithm : context->signatureMethod;
+  return context == nullptr ? TALVO_ALGORITHM_UNKNOWN : context->signatureMethod;
 }
 
 int32_t talvo_xml_signature_signedinfoctx_getc14nmethon(const SignedInfoCtx *context) noexcept {
-  return context == nullptr ? kUnknownAlgorithm : static_cast<int32_t>(context->c14nMethod);
+  return context == nullptr ? TALVO_ALGORITHM_UNKNOWN : static_cast<int32_t>(context->c14nMethod);
 }
 
 talvo_arraylist *talvo_xml_signature_signedinfoctx_getc14nparam(

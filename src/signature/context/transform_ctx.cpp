@@ -17,7 +17,7 @@ bool copyParameter(TransformCtx &context, const void *parameter) noexcept {
   if (isExclusive(context.algorithm)) {
     return copyPrefixes(context, static_cast<const talvo_arraylist *>(parameter));
   }
-  if (context.algorithm == kTransformXPath) {
+  if (context.algorithm == TALVO_TRANSFORM_XPATH) {
     return replaceRequired(context.expression, static_cast<const talvo_ustring *>(parameter)) == 1;
   }
   return true;
@@ -47,14 +47,14 @@ TransformCtx *talvo_xml_signature_transformctx_new(int32_t transform,
 }
 
 int32_t talvo_xml_signature_transformctx_getalgoid(const TransformCtx *context) noexcept {
-  return context == nullptr ? kUnknownAlgorithm : context->algorithm;
+  return context == nullptr ? TALVO_ALGORITHM_UNKNOWN : context->algorithm;
 }
 
 void *talvo_xml_signature_transformctx_getparam(const TransformCtx *context) noexcept {
   if (context == nullptr) {
     return nullptr;
   }
-  if (context->algorithm == kTransformXPath) {
+  if (context->algorithm == TALVO_TRANSFORM_XPATH) {
     return talvo_ustring_dup(context->expression.get());
   }
   return copyStrings(context->prefixes.get()).release();

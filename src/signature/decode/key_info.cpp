@@ -8,12 +8,6 @@
 namespace talvo {
 namespace {
 
-constexpr int32_t kKeyName = 1;
-constexpr int32_t kKeyValue = 2;
-constexpr int32_t kRetrievalMethod = 3;
-constexpr int32_t kX509Data = 4;
-constexpr int32_t kMgmtData = 7;
-
 using ItemData = decltype(KeyInfoItem::data);
 
 // A reader fills the item's data; false when the element's structure is wrong.
@@ -71,11 +65,11 @@ struct Kind {
 };
 
 constexpr Kind kKinds[] = {
-    {&g_xml_signature_x509data, kX509Data, readX509Data},
-    {&g_xml_signature_keyvalue, kKeyValue, readKeyValue},
-    {&g_xml_signature_keyname, kKeyName, readKeyName},
-    {&g_xml_signature_retrievalmethod, kRetrievalMethod, readRetrievalMethod},
-    {&g_xml_signature_mgmtdata, kMgmtData, readMgmtData},
+    {&g_xml_signature_x509data, TALVO_KEYINFO_X509_DATA, readX509Data},
+    {&g_xml_signature_keyvalue, TALVO_KEYINFO_KEY_VALUE, readKeyValue},
+    {&g_xml_signature_keyname, TALVO_KEYINFO_KEY_NAME, readKeyName},
+    {&g_xml_signature_retrievalmethod, TALVO_KEYINFO_RETRIEVAL_METHOD, readRetrievalMethod},
+    {&g_xml_signature_mgmtdata, TALVO_KEYINFO_MGMT_DATA, readMgmtData},
 };
 
 }  // namespace

@@ -5,9 +5,6 @@
 namespace talvo {
 namespace {
 
-constexpr int32_t kDsa = 1;
-constexpr int32_t kRsa = 2;
-
 // Reads the next element into the number when it has that name; false when it has and its text is
 // no number.
 bool readOptional(ElementCursor &children, const talvo_ustring *name, BigInteger *number) noexcept {
@@ -65,11 +62,11 @@ Owned<RsaKeyValue> decodeRsa(XmlNode *element) noexcept {
 
 bool readKey(XmlNode *child, KeyValue &value) noexcept {
   if (isSignatureElement(child, g_xml_signature_rsakeyvalue)) {
-    value.kind = kRsa;
+    value.kind = TALVO_KEY_VALUE_RSA;
     return store(decodeRsa(child), &value.value);
   }
   if (isSignatureElement(child, g_xml_signature_dsakeyvalue)) {
-    value.kind = kDsa;
+    value.kind = TALVO_KEY_VALUE_DSA;
     return store(decodeDsa(child), &value.value);
   }
   return store(child, &value.value);

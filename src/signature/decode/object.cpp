@@ -7,12 +7,6 @@
 namespace talvo {
 namespace {
 
-constexpr int32_t kText = 1;
-constexpr int32_t kSignature = 2;
-constexpr int32_t kSignatureProperties = 3;
-constexpr int32_t kManifest = 4;
-constexpr int32_t kOther = 5;
-
 // Where an object stands, for the decoders of what it holds.
 struct Surroundings {
   XmlNode *signatureElement;
@@ -48,26 +42,27 @@ Owned<SignatureProperties> decodeProperties(XmlNode *element) noexcept {
 
 int32_t contentKindOf(const XmlNode *node) noexcept {
   if (kindOf(node) == NodeKind::text) {
-    return kText;
+    return TALVO_OBJECT_TEXT;
   }
   if (isSignatureElement(node, g_xml_signature_name)) {
-    return kSignature;
+    return TALVO_OBJECT_SIGNATURE;
   }
   if (isSignatureElement(node, g_xml_signature_signatureproperties)) {
-    return kSignatureProperties;
+    return TALVO_OBJECT_SIGNATURE_PROPERTIES;
   }
-  return isSignatureElement(node, g_xml_signature_manifest) ? kManifest : kOther;
+  return isSignatureElement(node, g_xml_signature_manifest) ? TALVO_OBJECT_MANIFEST
+                                                            : TALVO_OBJECT_NODE;
 }
 
 bool readContent(XmlNode *node, const Surroundings &around, ObjectContent &content) noexcept {
   switch (content.kind) {
-    case kText:
+    case TALVO_OBJECT_TEXT:
       return store(UString(talvo_xml_node_getvalue(node)), &content.data);
-    case kSignature:
+    case TALVO_OBJECT_SIGNATURE:
       return store(decodeSignature(node, Registration::skip, around.depth + 1), &content.data);
-    case kSignatureProperties:
+    case TALVO_OBJECT_SIGNATURE_PROPERTIES:
       return store(decodeProperties(node), &content.data);
-    case kManifest:
+    case TALVO_OBJECT_MANIFEST:
       return store(
           Owned<Manifest>(talvo_xml_decode_signature_manifest(node, around.signatureElement)),
           &content.data);

@@ -8,8 +8,6 @@
 namespace talvo {
 namespace {
 
-constexpr int32_t kExclusive = 3;
-
 bool readPrefixes(XmlNode *element, TimeStamp &stamp) noexcept {
   PrefixBlock block;
   uint32_t error = 0;
@@ -28,7 +26,7 @@ bool readMethod(XmlNode *element, TimeStamp &stamp) noexcept {
   }
   stamp.c14nAlgorithmId = method->algorithmId;
   // Deliberate: the prefixes of exclusive canonicalisation with comments are not read.
-  return method->algorithmId != kExclusive || readPrefixes(element, stamp);
+  return method->algorithmId != TALVO_C14N_EXCLUSIVE || readPrefixes(element, stamp);
 }
 
 bool readToken(const XmlNode *element, TimeStamp &stamp) noexcept {
@@ -36,7 +34,7 @@ bool readToken(const XmlNode *element, TimeStamp &stamp) noexcept {
   const std::string_view base64 = viewOf(text.get());
   uint8_t *token = nullptr;
   size_t length = 0;
-  if (!talvo_base64_decode(base64.data(), base64.size(), 3, &token, &length)) {
+  if (!talvo_base64_decode(base64.data(), base64.size(), TALVO_BASE64_LINES, &token, &length)) {
     return false;
   }
   stamp.token.reset(token);

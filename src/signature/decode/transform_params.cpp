@@ -115,7 +115,7 @@ TransformCtx *toTransformCtx(const Transform *transform) noexcept {
   if (isExclusive(algorithm->number)) {
     return exclusiveContext(algorithm, transform->element).release();
   }
-  if (algorithm->number == kTransformXPath) {
+  if (algorithm->number == TALVO_TRANSFORM_XPATH) {
     return xpathContext(algorithm, transform->element).release();
   }
   return newContext(algorithm, nullptr).release();

@@ -31,18 +31,18 @@ bool readIssuerSerial(XmlNode *element, ItemData *data) noexcept {
          store(std::move(names), data);
 }
 
-struct Kind {
+struct Row {
   talvo_ustring *const *name;
-  int32_t number;
+  X509Kind kind;
   Reader read;
 };
 
-constexpr Kind kKinds[] = {
-    {&g_xml_signature_x509certificate, 4, readOctets},
-    {&g_xml_signature_x509issuerserial, 1, readIssuerSerial},
-    {&g_xml_signature_x509ski, 2, readOctets},
-    {&g_xml_signature_x509subjectname, 3, readText},
-    {&g_xml_signature_x509crl, 5, readOctets},
+constexpr Row kRows[] = {
+    {&g_xml_signature_x509certificate, X509Kind::certificate, readOctets},
+    {&g_xml_signature_x509issuerserial, X509Kind::issuerSerial, readIssuerSerial},
+    {&g_xml_signature_x509ski, X509Kind::ski, readOctets},
+    {&g_xml_signature_x509subjectname, X509Kind::subjectName, readText},
+    {&g_xml_signature_x509crl, X509Kind::crl, readOctets},
 };
 
 Owned<X509DataItem> decodeItem(XmlNode *node) noexcept {
@@ -51,10 +51,10 @@ Owned<X509DataItem> decodeItem(XmlNode *node) noexcept {
     return nullptr;
   }
   item->data = ItemData(node);
-  for (const Kind &kind : kKinds) {
-    if (isSignatureElement(node, *kind.name)) {
-      item->kind = kind.number;
-      return kind.read(node, &item->data) ? std::move(item) : nullptr;
+  for (const Row &row : kRows) {
+    if (isSignatureElement(node, *row.name)) {
+      item->kind = row.kind;
+      return row.read(node, &item->data) ? std::move(item) : nullptr;
     }
   }
   return item;

@@ -28,14 +28,14 @@ class CertificatePath {
   bool lackedMemory() const noexcept { return lackedMemory_; }
 
   static bool isAskedFor(int32_t option) noexcept {
-    return option == kIncludePath || option == kIncludePathWithRoot;
+    return option == TALVO_CERTIFICATES_PATH || option == TALVO_CERTIFICATES_PATH_WITH_ROOT;
   }
 
   // Calls write(certificate) from the signer's issuer upwards, with or without the root, until it
   // answers false. The path stands the other way round: root first, signer last.
   template <class Write>
   bool forEachIssuer(int32_t option, Write &&write) const noexcept {
-    const int32_t top = option == kIncludePathWithRoot ? 0 : 1;
+    const int32_t top = option == TALVO_CERTIFICATES_PATH_WITH_ROOT ? 0 : 1;
     for (int32_t i = count_ - 2; i >= top; --i) {
       if (!write(certificates_[i])) {
         return false;

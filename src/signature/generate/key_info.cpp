@@ -12,11 +12,9 @@ namespace {
 
 using namespace talvo;
 
-constexpr int32_t kDer = 1;
-
 UString encodeCertificate(const TalvoPKICert *certificate) noexcept {
-  const CryptoOctets der = octetsFrom(TalvoPKICertGetCertEncode, certificate, kDer);
-  return der ? encodeBase64(der.view(), Base64Form::lines) : nullptr;
+  const CryptoOctets der = octetsFrom(TalvoPKICertGetCertEncode, certificate, TALVO_ENCODING_DER);
+  return der ? encodeBase64(der.view(), TALVO_BASE64_LINES) : nullptr;
 }
 
 void addSigner(ElementWriter &keyInfo, XmlDoc *doc, XmlNode *ns, const TalvoPKICert *certificate,
@@ -48,7 +46,7 @@ OwnedNode generateKeyInfo(XmlDoc *doc, XmlNode *ns, const SignatureKey *key,
   }
   ElementWriter keyInfo(doc, ns, g_xml_signature_keyinfo_name);
   keyInfo.open();
-  if (includeCertOption != kIncludeNone) {
+  if (includeCertOption != TALVO_CERTIFICATES_NONE) {
     addSigner(keyInfo, doc, ns, key->certificate(), includeCertOption);
   }
   for (const TalvoPKICert *certificate : items<TalvoPKICert>(extraCertificates)) {

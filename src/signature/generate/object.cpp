@@ -75,13 +75,13 @@ OwnedNode generateManifestObject(const Scope &scope, ObjectCtx &context) noexcep
 
 OwnedNode generateObject(const Scope &scope, ObjectCtx &context) noexcept {
   switch (context.kind) {
-    case kObjectData:
+    case TALVO_OBJECT_TEXT:
       return generateDataObject(scope, context);
-    case kObjectNode:
+    case TALVO_OBJECT_NODE:
       return generateNodeObject(scope, context);
-    case kObjectSignatureProperties:
+    case TALVO_OBJECT_SIGNATURE_PROPERTIES:
       return generatePropertiesObject(scope, context);
-    case kObjectManifest:
+    case TALVO_OBJECT_MANIFEST:
       return generateManifestObject(scope, context);
     default:
       return nullptr;

@@ -24,7 +24,7 @@ OwnedNode generateXPath(XmlDoc *doc, XmlNode *ns, TransformCtx &context) noexcep
 OwnedNode generateTransform(XmlDoc *doc, XmlNode *ns, TransformCtx &context) noexcept {
   const VocabularySlot uri = uriOf(transformByNumber(context.algorithm));
   ElementWriter transform = algorithmElement(doc, ns, g_xml_signature_transform_name, uri);
-  if (context.algorithm == kTransformXPath) {
+  if (context.algorithm == TALVO_TRANSFORM_XPATH) {
     transform.open().part(generateXPath(doc, ns, context));
   }
   return transform.take();
@@ -71,7 +71,7 @@ OwnedNode generateDigestMethod(XmlNode *ns, int32_t digestMethod) noexcept {
 }
 
 OwnedNode generateDigestValue(XmlDoc *doc, XmlNode *ns, Bytes digest) noexcept {
-  const UString text = encodeBase64(digest, Base64Form::oneLine);
+  const UString text = encodeBase64(digest, TALVO_BASE64_ONE_LINE);
   return generateText(doc, ns, g_xml_signature_digestvalue_name, text.get());
 }
 

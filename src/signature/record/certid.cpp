@@ -13,8 +13,6 @@ namespace talvo {
 namespace {
 
 constexpr char kSource[] = "TALVO_XML_Signature";
-constexpr int32_t kCertDigest = 44;
-constexpr int32_t kCertSerialNumber = 32;
 
 Bytes digestOf(const CertId &certId) noexcept {
   return {certId.digest.get(), certId.digestLength};
@@ -26,7 +24,7 @@ bool isComplete(const CertId *certId) noexcept {
 }
 
 bool matchesName(const CertId &certId, const TalvoPKICert *certificate) noexcept {
-  const UString serial(TalvoPKICertGetCertStringAttribute(certificate, kCertSerialNumber));
+  const UString serial(TalvoPKICertGetCertStringAttribute(certificate, TALVO_CERT_SERIAL_NUMBER));
   if (!serial || viewOf(serial.get()) != certId.serialNumber.get()) {
     return false;
   }
@@ -60,8 +58,9 @@ int32_t MatchSigningCertificateItem(const CertId *certId,
     return 0;
   }
   const DigestAlgorithm *algorithm = digestByNumber(certId->digestAlgorithmId);
-  const CryptoOctets digest = octetsFrom(TalvoPKICertGetCertHashAttribute, certificate, kCertDigest,
-                                         algorithm == nullptr ? 0 : algorithm->hash);
+  const CryptoOctets digest =
+      octetsFrom(TalvoPKICertGetCertHashAttribute, certificate, TALVO_CERT_DIGEST,
+                 algorithm == nullptr ? 0 : algorithm->hash);
   if (!digest || digest.length != certId->digestLength) {
     return 0;
   }
@@ -79,7 +78,7 @@ int32_t talvo_xml_signature_xades_certid_matchcert(const CertId *certId,
 }
 
 int32_t talvo_xml_signature_xades_certid_getcerthashalgo(const CertId *certId) noexcept {
-  return certId == nullptr ? kUnknownAlgorithm : certId->digestAlgorithmId;
+  return certId == nullptr ? TALVO_ALGORITHM_UNKNOWN : certId->digestAlgorithmId;
 }
 
 int32_t talvo_xml_signature_xades_certid_getcerthashvalue(const CertId *certId, uint8_t **bytes,

@@ -4,8 +4,6 @@
 namespace talvo {
 namespace {
 
-constexpr int32_t kCertificate = 4;
-
 ListView<KeyInfoItem> itemsOf(const Signature *signature) noexcept {
   const bool hasKeyInfo = signature != nullptr && signature->keyInfo != nullptr;
   return items<KeyInfoItem>(hasKeyInfo ? signature->keyInfo->items.get() : nullptr);
@@ -42,7 +40,7 @@ void visitCertificates(const Signature *signature, Visit visit) noexcept {
     for (const X509DataItem *part :
          items<X509DataItem>(parts == nullptr ? nullptr : parts->get())) {
       const Blob *octets = std::get_if<Blob>(&part->data);
-      if (part->kind == kCertificate && octets != nullptr && visit(octets->get())) {
+      if (part->kind == X509Kind::certificate && octets != nullptr && visit(octets->get())) {
         return;
       }
     }
@@ -60,7 +58,7 @@ int32_t talvo_xml_signature_getkeyinfocount(const Signature *signature) noexcept
 
 int32_t talvo_xml_signature_getkeyinfokind(const Signature *signature, int32_t index) noexcept {
   const KeyInfoItem *item = itemsOf(signature)[index];
-  return item == nullptr ? -1 : item->kind;
+  return item == nullptr ? TALVO_KEYINFO_OTHER : item->kind;
 }
 
 talvo_ustring *talvo_xml_signature_getkeyinfotext(const Signature *signature,
@@ -70,7 +68,7 @@ talvo_ustring *talvo_xml_signature_getkeyinfotext(const Signature *signature,
 
 int32_t talvo_xml_signature_getkeyinfokeytype(const Signature *signature, int32_t index) noexcept {
   const KeyValue *value = keyValueAt(signature, index);
-  return value == nullptr ? -1 : value->kind;
+  return value == nullptr ? TALVO_KEY_VALUE_OTHER : value->kind;
 }
 
 int32_t talvo_xml_signature_getkeyinfokeybits(const Signature *signature, int32_t index) noexcept {

@@ -96,10 +96,9 @@ struct RsaKeyValue {
   BigInteger exponent;
 };
 
-// kind -1 unknown (value: the child node), 1 DSA, 2 RSA
 struct KeyValue {
   XmlNode *element = nullptr;
-  int32_t kind = -1;
+  int32_t kind = TALVO_KEY_VALUE_OTHER;  // the value is then the child node
   std::variant<XmlNode *, Owned<DsaKeyValue>, Owned<RsaKeyValue>> value;
 };
 
@@ -116,17 +115,16 @@ struct X509IssuerSerial {
   UString serialNumber;
 };
 
-// kind -1 unknown (the node), 1 issuer and serial, 2 SKI, 3 subject name, 4 certificate (DER), 5
-// CRL (DER)
+enum class X509Kind { other, issuerSerial, ski, subjectName, certificate, crl };
+
 struct X509DataItem {
-  int32_t kind = -1;
+  X509Kind kind = X509Kind::other;  // the data is then the node; DER for certificates and CRLs
   std::variant<XmlNode *, Owned<X509IssuerSerial>, Blob, UString> data;
 };
 
-// kind -1 unknown (the node), 1 KeyName, 2 KeyValue, 3 RetrievalMethod, 4 X509Data (list of
-// X509DataItem), 7 MgmtData (text)
+// X509Data is a list of X509DataItem, MgmtData a text, an unknown child its node.
 struct KeyInfoItem {
-  int32_t kind = -1;
+  int32_t kind = TALVO_KEYINFO_OTHER;
   std::variant<XmlNode *, Owned<KeyName>, Owned<KeyValue>, Owned<RetrievalMethod>, List, UString>
       data;
 };
@@ -155,9 +153,8 @@ struct Manifest {
   List references;  // of Reference
 };
 
-// kind 1 text, 2 nested Signature, 3 SignatureProperties, 4 Manifest, 5 any other node
 struct ObjectContent {
-  int32_t kind = 5;
+  int32_t kind = TALVO_OBJECT_NODE;
   std::variant<XmlNode *, UString, Handle<Signature, talvo_xml_free_signature>,
                Owned<SignatureProperties>, Owned<Manifest>>
       data;

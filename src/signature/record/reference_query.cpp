@@ -31,7 +31,7 @@ talvo_ustring *talvo_xml_signature_reference_gettype(const Reference *reference)
 }
 
 int32_t talvo_xml_signature_reference_getdigestmethod(const Reference *reference) noexcept {
-  return reference == nullptr ? kUnknownAlgorithm : reference->digestMethod->algorithmId;
+  return reference == nullptr ? TALVO_ALGORITHM_UNKNOWN : reference->digestMethod->algorithmId;
 }
 
 talvo_ustring *talvo_xml_signature_reference_getdigesturi(const Reference *reference) noexcept {
@@ -50,7 +50,7 @@ int32_t talvo_xml_signature_reference_gettransformcount(const Reference *referen
 int32_t talvo_xml_signature_reference_gettransform(const Reference *reference,
                                                    int32_t index) noexcept {
   const Transform *transform = transformAt(reference, index);
-  return transform == nullptr ? kUnknownAlgorithm
+  return transform == nullptr ? TALVO_ALGORITHM_UNKNOWN
                               : numberOf(transformByUri(transform->algorithm.get()));
 }
 

@@ -7,10 +7,8 @@
 namespace talvo {
 namespace {
 
-constexpr int32_t kDsaSha1 = 72;
-
 int32_t methodOf(const Signature *signature) noexcept {
-  return signature == nullptr ? kUnknownAlgorithm
+  return signature == nullptr ? TALVO_ALGORITHM_UNKNOWN
                               : signature->signedInfo->signatureMethod->algorithmId;
 }
 
@@ -54,7 +52,7 @@ int32_t talvo_xml_signature_sethmackey(Signature *signature, const void *key,
 int32_t talvo_xml_signature_sethdomainparam(Signature *signature, const talvo_biginteger *p,
                                             const talvo_biginteger *q,
                                             const talvo_biginteger *g) noexcept {
-  if (methodOf(signature) != kDsaSha1 || (p == nullptr) != (q == nullptr) ||
+  if (methodOf(signature) != TALVO_SIGNATURE_DSA_SHA1 || (p == nullptr) != (q == nullptr) ||
       (p == nullptr && g == nullptr)) {
     return 0;
   }

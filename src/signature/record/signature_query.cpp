@@ -43,7 +43,7 @@ talvo_data_blob *talvo_xml_signature_getsignaturevalue(const Signature *signatur
 }
 
 int32_t talvo_xml_signature_getc14nmethod(const Signature *signature) noexcept {
-  return signature == nullptr ? kUnknownAlgorithm
+  return signature == nullptr ? TALVO_ALGORITHM_UNKNOWN
                               : signature->signedInfo->canonicalizationMethod->algorithmId;
 }
 

@@ -97,7 +97,7 @@ talvo_data_blob *talvo_xml_signature_xades_getsignaturetimestamptoken(const Sign
 int32_t talvo_xml_signature_xades_getsignaturetimestampc14n(const Signature *signature,
                                                             int32_t index) noexcept {
   const auto *stamp = itemOf<TimeStamp>(signature, &Signature::signatureTimeStamps, index);
-  return stamp == nullptr ? kUnknownAlgorithm : stamp->c14nAlgorithmId;
+  return stamp == nullptr ? TALVO_ALGORITHM_UNKNOWN : stamp->c14nAlgorithmId;
 }
 
 talvo_time *talvo_xml_signature_xades_getsigningtime(const Signature *signature) noexcept {

@@ -17,9 +17,8 @@ constexpr std::array<uint8_t, 3> kTrial = {'1', '2', '3'};
 
 // Null for a key that holds neither a certificate nor a public key.
 PublicKey publicKeyOf(const SignatureKey &key) noexcept {
-  constexpr int32_t kVerificationUsage = 0x10000002;
   if (key.certificate() != nullptr) {
-    return PublicKey(TalvoPKICertGetCertPublicKey(key.certificate(), kVerificationUsage));
+    return PublicKey(TalvoPKICertGetCertPublicKey(key.certificate(), TALVO_USE_VERIFY));
   }
   return PublicKey(key.publicKey() == nullptr ? nullptr
                                               : TalvoPKICryptoDupPublicKey(key.publicKey()));

@@ -11,8 +11,6 @@
 namespace talvo {
 namespace {
 
-constexpr uint32_t kManifestKind = 4;
-
 struct ManifestRun {
   XmlDoc *doc;
   XmlNode *signatureElement;
@@ -39,7 +37,7 @@ class ManifestTargets {
  private:
   void set(XmlNode *signatureElement) noexcept {
     for (const ObjectCtx *object : items<ObjectCtx>(run_.objects)) {
-      if (object->kind != kManifestKind) {
+      if (object->kind != TALVO_OBJECT_MANIFEST) {
         continue;
       }
       for (ReferenceCtx *reference : items<ReferenceCtx>(object->contents)) {
@@ -60,7 +58,7 @@ bool digestManifest(const ManifestRun &run, XmlNode *manifest, const ObjectCtx &
   const ListView<XmlNode> elements = items<XmlNode>(owner);
   int32_t position = 0;
   for (ReferenceCtx *reference : items<ReferenceCtx>(object.contents)) {
-    const Reach reach{run.doc, elements[position++], run.basePath, kAllowNetwork};
+    const Reach reach{run.doc, elements[position++], run.basePath, TALVO_DEREFERENCE_NETWORK};
     if (calcref(reach, reference, error) != 1) {
       return false;
     }
@@ -71,7 +69,7 @@ bool digestManifest(const ManifestRun &run, XmlNode *manifest, const ObjectCtx &
 int32_t countManifests(const talvo_arraylist *objects) noexcept {
   int32_t count = 0;
   for (const ObjectCtx *object : items<ObjectCtx>(objects)) {
-    count += object->kind == kManifestKind ? 1 : 0;
+    count += object->kind == TALVO_OBJECT_MANIFEST ? 1 : 0;
   }
   return count;
 }
@@ -85,7 +83,7 @@ bool digestInOrder(const ManifestRun &run, uint32_t *error) noexcept {
   const ManifestTargets targets(run);
   int32_t position = 0;
   for (const ObjectCtx *object : items<ObjectCtx>(run.objects)) {
-    if (object->kind == kManifestKind &&
+    if (object->kind == TALVO_OBJECT_MANIFEST &&
         !digestManifest(run, manifests[position++], *object, error)) {
       return false;
     }
@@ -112,7 +110,9 @@ int32_t countReferencesWithoutUri(const talvo_arraylist *references) noexcept {
 int32_t countManifestReferencesWithoutUri(const talvo_arraylist *objects) noexcept {
   int32_t count = 0;
   for (const ObjectCtx *object : items<ObjectCtx>(objects)) {
-    count += object->kind == kManifestKind ? countReferencesWithoutUri(object->contents.get()) : 0;
+    count += object->kind == TALVO_OBJECT_MANIFEST
+                 ? countReferencesWithoutUri(object->contents.get())
+                 : 0;
   }
   return count;
 }

@@ -11,9 +11,6 @@ using namespace talvo;
 
 using FreeStanding = Handle<XmlNode, talvo_xml_node_free>;
 
-constexpr uint32_t kElement = 1;
-constexpr uint32_t kDocument = 6;
-
 FreeStanding makeElement(const talvo_ustring *prefix) noexcept {
   FreeStanding element(talvo_xml_node_newelem(nullptr, g_xml_signature_name));
   XmlNode *ns = talvo_xml_node_newns(element.get(), g_xml_signature_nsuri, prefix);
@@ -23,13 +20,14 @@ FreeStanding makeElement(const talvo_ustring *prefix) noexcept {
 
 bool fits(const XmlNode *parent, const XmlNode *sibling) noexcept {
   const uint32_t type = talvo_xml_node_gettype(parent);
-  return (type == kDocument && sibling == nullptr) ||
-         (type == kElement && (sibling == nullptr || talvo_xml_node_getparent(sibling) == parent));
+  return (type == TALVO_NODE_DOCUMENT && sibling == nullptr) ||
+         (type == TALVO_NODE_ELEMENT &&
+          (sibling == nullptr || talvo_xml_node_getparent(sibling) == parent));
 }
 
 // Not null when the element has become part of the document.
 XmlNode *link(XmlNode *parent, XmlNode *sibling, XmlNode *element) noexcept {
-  if (talvo_xml_node_gettype(parent) == kDocument) {
+  if (talvo_xml_node_gettype(parent) == TALVO_NODE_DOCUMENT) {
     return talvo_xml_doc_setrootelement(parent, element);
   }
   return sibling == nullptr ? talvo_xml_node_addchild(parent, element)

@@ -27,8 +27,7 @@ bool Placement::prepare(uint32_t *error) noexcept {
   if (doc_ != nullptr) {
     return true;
   }
-  constexpr uint32_t kXml10 = 0;
-  made_.reset(talvo_xml_doc_new(kXml10));
+  made_.reset(talvo_xml_doc_new(TALVO_XML_10));
   doc_ = made_.get();
   return doc_ != nullptr || refuse(error, SignError::outOfMemory);
 }

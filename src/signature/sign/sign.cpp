@@ -19,10 +19,6 @@
 namespace talvo {
 namespace {
 
-constexpr uint32_t kHmacKey = 1;
-constexpr uint32_t kNetworkAllowed = 1;
-constexpr int32_t kNoCertificates = 1;
-
 struct SignRequest {
   const talvo_ustring *signatureId;
   SignedInfoCtx *context;
@@ -44,7 +40,7 @@ bool checkArguments(const SignRequest &request, XmlNode **out, uint32_t *error) 
   if (out == nullptr) {
     return refuse(error, SignError::missingArgument);
   }
-  if (request.key->type == kHmacKey) {
+  if (request.key->type == TALVO_SIGNATURE_KEY_HMAC) {
     return refuse(error, SignError::hmacKey);
   }
   if (request.key->certificate() != nullptr && issigncert(request.key->certificate()) != 1) {
@@ -91,7 +87,7 @@ OwnedNode makeSignatureElement(const talvo_ustring *id) noexcept {
 }
 
 bool writesKeyInfo(const SignRequest &request) noexcept {
-  return request.context->includeCertOption != kNoCertificates ||
+  return request.context->includeCertOption != TALVO_CERTIFICATES_NONE ||
          !items<TalvoPKICert>(request.extraCertificates).empty();
 }
 
@@ -170,7 +166,7 @@ bool compute(const SignRequest &request, const Placement &place, uint32_t *error
   }
   return digestManifests(doc, element, request.objects, request.basePath, error) &&
          talvo_xml_signature_calcrefdigestvalue(doc, element, request.context, request.basePath,
-                                                kNetworkAllowed, error) == 1 &&
+                                                TALVO_DEREFERENCE_NETWORK, error) == 1 &&
          talvo_xml_signature_calcsignature(doc, element, request.keyPair, context.signatureMethod,
                                            context.c14nMethod, context.prefixes.get(), error) == 1;
 }
@@ -199,13 +195,11 @@ int32_t signInto(Placement *place, const SignRequest &request, XmlNode **out,
 
 int32_t signWithCertificate(Placement *place, SignRequest request, TalvoPKICert *certificate,
                             const char *credential, XmlNode **out, uint32_t *error) noexcept {
-  constexpr int32_t kUnlock = 0x40000000;
-  constexpr int32_t kSigningUsage = 2;
   if (certificate == nullptr) {
     return fail(error, SignError::missingArgument);
   }
   const KeyPair keyPair(
-      TalvoPKICertGetCertKeyPair(certificate, kUnlock, kSigningUsage, credential));
+      TalvoPKICertGetCertKeyPair(certificate, TALVO_KEY_PAIR_UNLOCK, TALVO_USE_SIGN, credential));
   if (!keyPair) {
     return fail(error, SignError::noKey);
   }

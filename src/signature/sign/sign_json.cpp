@@ -16,8 +16,6 @@
 namespace talvo {
 namespace {
 
-constexpr int32_t kNoCertificates = 1;
-
 struct JsonRun {
   XmlNode *element;
   XmlDoc *doc;
@@ -105,7 +103,7 @@ XmlNode *writeParts(const JsonRun &run) noexcept {
   }
   last = linkPart(linkPart(last, makeText(run.doc, g_xml_lf)),
                   generateSignatureValue(run.doc, run.ns, run.context->signatureValueId.get()));
-  if (last == nullptr || run.context->includeCertOption == kNoCertificates) {
+  if (last == nullptr || run.context->includeCertOption == TALVO_CERTIFICATES_NONE) {
     return last;
   }
   const Key key(talvo_xml_signature_key_newcert(run.certificate));
@@ -191,11 +189,10 @@ bool addTimeStamp(const JsonRun &run, uint32_t *error) noexcept {
 
 int32_t signElement(XmlNode *element, TalvoPKICert *certificate, const talvo_json *parameters,
                     uint32_t *error) noexcept {
-  constexpr int32_t kSigningUsage = 2;
   if (!checkArguments(element, certificate, parameters, error)) {
     return 0;
   }
-  const KeyPair keyPair(TalvoPKICertGetCertKeyPair(certificate, 0, kSigningUsage, nullptr));
+  const KeyPair keyPair(TalvoPKICertGetCertKeyPair(certificate, 0, TALVO_USE_SIGN, nullptr));
   if (!keyPair) {
     return fail(error, SignError::noKeyForCertificate);
   }

@@ -1,5 +1,6 @@
 // The signature value: SignedInfo canonicalised, signed and written as Base64. The library signs with key pairs only;
 // HMAC is for verification.
+#include "base/base64_text.h"
 #include "base/boundary.h"
 #include "base/utf8.h"
 #include "crypto/handle.h"
@@ -47,23 +48,12 @@ bool isHmac(int32_t signatureMethod) noexcept {
   return method != nullptr && method->family == KeyFamily::hmac;
 }
 
-UString encodeValue(Bytes value) noexcept {
-  constexpr int32_t kOneLine = 4;
-  char *text = nullptr;
-  size_t length = 0;
-  if (talvo_base64_encode(value.data(), value.size(), kOneLine, &text, &length) != 1) {
-    return nullptr;
-  }
-  const TextBuffer owner(text);
-  return makeString({text, length});
-}
-
 int32_t writeValue(const SignRun &run, Bytes value, uint32_t *error) noexcept {
   XmlNode *element = signatureChild(run.signatureElement, g_xml_signature_signaturevalue);
   if (element == nullptr) {
     return fail(error, SignError::missingElement);
   }
-  const UString text = encodeValue(value);
+  const UString text = encodeBase64(value, TALVO_BASE64_ONE_LINE);
   OwnedNode node = makeText(run.doc, text.get());
   if (!node || linkChild(element, node) == nullptr) {
     return fail(error, SignError::outOfMemory);

@@ -13,8 +13,6 @@ namespace talvo {
 namespace {
 
 constexpr const char *kSource = "TALVO_XML_Signature";
-constexpr int32_t kKeyTypeAttribute = 4;
-constexpr int32_t kVerificationUsage = 0x10000002;
 
 bool isPositive(const talvo_biginteger *number) noexcept {
   return talvo_biginteger_getsign(number) > 0;
@@ -26,7 +24,7 @@ size_t byteLength(const talvo_biginteger *number) noexcept {
 
 bool hasKeyFamily(const TalvoPKICert *certificate, KeyFamily family) noexcept {
   int32_t type = 0;
-  return TalvoPKICertGetCertIntegerAttribute(certificate, kKeyTypeAttribute, &type) == 1 &&
+  return TalvoPKICertGetCertIntegerAttribute(certificate, TALVO_CERT_KEY_TYPE, &type) == 1 &&
          type == static_cast<int32_t>(family);
 }
 
@@ -129,10 +127,9 @@ bool KeySearch::tryKeyInfo() noexcept {
 }
 
 bool KeySearch::tryX509Data(const List &dataItems) noexcept {
-  constexpr int32_t kCertificateItem = 4;
   for (const X509DataItem *item : items<X509DataItem>(dataItems)) {
     const auto *der = std::get_if<Blob>(&item->data);
-    if (item->kind != kCertificateItem || der == nullptr) {
+    if (item->kind != X509Kind::certificate || der == nullptr) {
       continue;
     }
     const Bytes bytes = bytesOf(der->get());
@@ -170,7 +167,7 @@ bool KeySearch::tryCertificate(Certificate candidate) noexcept {
     return false;
   }
   tried_ = true;
-  if (!tryKey(PublicKey(TalvoPKICertGetCertPublicKey(candidate.get(), kVerificationUsage)))) {
+  if (!tryKey(PublicKey(TalvoPKICertGetCertPublicKey(candidate.get(), TALVO_USE_VERIFY)))) {
     return false;
   }
   certificate_ = std::move(candidate);

@@ -10,8 +10,6 @@
 namespace talvo {
 namespace {
 
-constexpr uint32_t kNetworkAllowed = 1;
-
 struct VerifyRun {
   const talvo_ustring *basePath;
   const void *externalData;
@@ -37,8 +35,8 @@ Key verifyOne(XmlNode *element, const VerifyRun &run) noexcept {
     return nullptr;
   }
   Key key(verified);
-  if (talvo_xml_signature_referencevalidation_ex(signature.get(), kNetworkAllowed, run.externalData,
-                                                 run.length, run.error) != 1) {
+  if (talvo_xml_signature_referencevalidation_ex(signature.get(), TALVO_DEREFERENCE_NETWORK,
+                                                 run.externalData, run.length, run.error) != 1) {
     return nullptr;
   }
   return key;

@@ -87,8 +87,8 @@ int32_t talvo_xml_signature_referencevalidation_ex2(const Signature *signature, 
 int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
                                                 const void *externalData, size_t length,
                                                 uint32_t *error) noexcept {
-  return talvo_xml_signature_referencevalidation_ex(signature, kAllowNetwork, externalData, length,
-                                                    error);
+  return talvo_xml_signature_referencevalidation_ex(signature, TALVO_DEREFERENCE_NETWORK,
+                                                    externalData, length, error);
 }
 
 int32_t talvo_xml_signature_verifyref_ex(XmlNode *referenceElement, uint32_t flags,
@@ -102,6 +102,6 @@ int32_t talvo_xml_signature_verifyref_ex(XmlNode *referenceElement, uint32_t fla
 
 int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const void *externalData,
                                       size_t length, uint32_t *error) noexcept {
-  return talvo_xml_signature_verifyref_ex(referenceElement, kAllowNetwork, nullptr, externalData,
-                                          length, error);
+  return talvo_xml_signature_verifyref_ex(referenceElement, TALVO_DEREFERENCE_NETWORK, nullptr,
+                                          externalData, length, error);
 }

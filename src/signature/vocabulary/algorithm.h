@@ -7,16 +7,21 @@
 #include <cstdint>
 #include <string_view>
 
-#include "talvo_util.h"
+#include "talvo_xml.h"
 
 namespace talvo {
 
 // A slot of the vocabulary, filled at start-up.
 using VocabularySlot = talvo_ustring *const *;
 
-constexpr int32_t kUnknownAlgorithm = -1;
-
-enum class KeyFamily : int32_t { none = 0, rsa = 1, dsa = 2, ec = 4, hmac = 100 };
+// The key types of certificates, and the secrets that they do not know.
+enum class KeyFamily : int32_t {
+  none = TALVO_KEY_TYPE_OTHER,
+  rsa = TALVO_KEY_TYPE_RSA,
+  dsa = TALVO_KEY_TYPE_DSA,
+  ec = TALVO_KEY_TYPE_EC,
+  hmac = 100
+};
 
 // The form of a signature value.
 enum class ValueForm : uint8_t {
@@ -26,7 +31,8 @@ enum class ValueForm : uint8_t {
 
 enum class C14nKind : uint8_t {
   noC14n,
-  inclusive,
+  inclusive10,
+  inclusive11,
   exclusive,  // takes a prefix list
   minimal     // known by its identifier only, and no transform
 };
@@ -62,10 +68,6 @@ struct TransformAlgorithm {
   bool withComments;  // canonicalisation keeps them
 };
 
-constexpr int32_t kTransformBase64 = 16;
-constexpr int32_t kTransformXPath = 32;
-constexpr int32_t kTransformEnveloped = 48;
-
 // Null when there is no such row. Identifiers are compared exactly, JSON names without regard to
 // ASCII case.
 const TransformAlgorithm *c14nByNumber(int32_t number) noexcept;
@@ -82,16 +84,16 @@ const SignatureAlgorithm *signatureByCrypto(int32_t crypto) noexcept;
 const TransformAlgorithm *transformByNumber(int32_t number) noexcept;
 const TransformAlgorithm *transformByUri(const talvo_ustring *uri) noexcept;
 const TransformAlgorithm *transformByJsonName(std::string_view name) noexcept;
-// Certificate options 1 to 4 by JSON name ("None", "Self", "CertPath", "CertPathWithRoot"); -1 for
+// Certificate options by JSON name ("None", "Self", "CertPath", "CertPathWithRoot"); -1 for
 // another name.
 int32_t includeCertOptionByJsonName(std::string_view name) noexcept;
 // The other way round; empty for another number.
 std::string_view includeCertOptionJsonName(int32_t option) noexcept;
 
-// The number of a row, or kUnknownAlgorithm for none.
+// The number of a row, or TALVO_ALGORITHM_UNKNOWN for none.
 template <class Row>
 int32_t numberOf(const Row *row) noexcept {
-  return row == nullptr ? kUnknownAlgorithm : row->number;
+  return row == nullptr ? TALVO_ALGORITHM_UNKNOWN : row->number;
 }
 
 inline bool canCanonicalize(int32_t c14nMethod) noexcept {

@@ -20,15 +20,15 @@ Answer answerOf(const Row *row) noexcept {
 
 Answer lookUp(uint32_t kind, int32_t number) noexcept {
   switch (kind) {
-    case 1:
+    case TALVO_ALGORITHM_C14N:
       return answerOf(c14nByNumber(number));
-    case 2:
+    case TALVO_ALGORITHM_DIGEST:
       return answerOf(digestByNumber(number));
-    case 3:
+    case TALVO_ALGORITHM_SIGNATURE:
       return answerOf(signatureByNumber(number));
-    case 4:
+    case TALVO_ALGORITHM_TRANSFORM:
       return answerOf(transformByNumber(number));
-    case 5:
+    case TALVO_ALGORITHM_CERTIFICATES:
       return {nullptr, nullptr, includeCertOptionJsonName(number)};
     default:
       return {};

@@ -15,8 +15,7 @@ namespace talvo {
 namespace {
 
 bool addCertificateValue(XmlNode *signatureElement, const TalvoPKICert *certificate) noexcept {
-  constexpr int32_t kDer = 1;
-  const CryptoOctets der = octetsFrom(TalvoPKICertGetCertEncode, certificate, kDer);
+  const CryptoOctets der = octetsFrom(TalvoPKICertGetCertEncode, certificate, TALVO_ENCODING_DER);
   if (talvo_xml_signature_issignaturenode(signatureElement) != 1 || !der) {
     return false;
   }

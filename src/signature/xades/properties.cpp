@@ -18,10 +18,6 @@ namespace {
 
 using namespace talvo;
 
-constexpr int32_t kHashAttribute = 44;
-constexpr int32_t kIssuerAttribute = 49;
-constexpr int32_t kSerialAttribute = 32;
-
 // What every part needs. The code is that of the first failure, unless a part says otherwise.
 struct Scope {
   XmlDoc *doc;
@@ -38,7 +34,7 @@ OwnedNode generateCertDigest(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t
                              const TalvoPKICert *certificate) noexcept {
   const DigestAlgorithm *row = digestByNumber(digestMethod);
   const CryptoOctets digest = octetsFrom(TalvoPKICertGetCertHashAttribute, certificate,
-                                         kHashAttribute, row == nullptr ? 0 : row->hash);
+                                         TALVO_CERT_DIGEST, row == nullptr ? 0 : row->hash);
   if (!digest) {
     return nullptr;
   }
@@ -51,8 +47,8 @@ OwnedNode generateCertDigest(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t
 
 OwnedNode generateIssuerSerial(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs,
                                const TalvoPKICert *certificate) noexcept {
-  const UString issuer(TalvoPKICertGetCertStringAttribute(certificate, kIssuerAttribute));
-  const UString serial(TalvoPKICertGetCertStringAttribute(certificate, kSerialAttribute));
+  const UString issuer(TalvoPKICertGetCertStringAttribute(certificate, TALVO_CERT_ISSUER));
+  const UString serial(TalvoPKICertGetCertStringAttribute(certificate, TALVO_CERT_SERIAL_NUMBER));
   return ElementWriter(doc, xadesNs, g_xml_xades_issuerserial)
       .open()
       .part(generateText(doc, ns, g_xml_signature_x509issuername, issuer.get()))
@@ -189,7 +185,7 @@ OwnedNode generateCertId(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t dig
 
 OwnedNode generateEncodedValue(XmlDoc *doc, XmlNode *ns, const talvo_ustring *name,
                                Bytes der) noexcept {
-  const UString text = encodeBase64(der, Base64Form::lines);
+  const UString text = encodeBase64(der, TALVO_BASE64_LINES);
   ElementWriter element =
       ns == nullptr ? ElementWriter::plain(doc, name) : ElementWriter(doc, ns, name);
   return element.attribute(g_xml_xades_encode, g_xml_xades_encode_der).text(text.get()).take();

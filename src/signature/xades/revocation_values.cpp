@@ -18,8 +18,6 @@
 namespace talvo {
 namespace {
 
-constexpr uint32_t kWithIdentifier = 1;
-
 Crl parseCrl(const void *bytes, int32_t length) noexcept {
   return Crl(bytes == nullptr || length < 1 ? nullptr
                                             : talvo_crl_new(bytes, static_cast<size_t>(length), 0));
@@ -69,9 +67,8 @@ OwnedNode makeDigest(const CrlRun &run) noexcept {
 }
 
 UString issuerText(const talvo_crl *crl) noexcept {
-  constexpr int32_t kRfc4514 = 1;
   const DistinguishedName issuer(talvo_crl_getissuer(crl));
-  return UString(talvo_cert_dn_getldapstring(issuer.get(), kRfc4514));
+  return UString(talvo_cert_dn_getldapstring(issuer.get(), TALVO_DN_RFC4514));
 }
 
 UString issueTimeText(const talvo_crl *crl) noexcept {
@@ -129,7 +126,7 @@ OwnedNode makeIdentifier(const CrlRun &run) noexcept {
 OwnedNode makeReference(const CrlRun &run) noexcept {
   ElementWriter reference = ElementWriter::plain(run.doc, g_xml_xades_crlref);
   reference.open().part(makeDigest(run));
-  if ((run.flags & kWithIdentifier) != 0) {
+  if ((run.flags & TALVO_CRL_REF_IDENTIFIER) != 0) {
     reference.part(makeIdentifier(run));
   }
   return reference.take();

@@ -46,14 +46,13 @@ bool setImprint(TalvoPKITimeStamp *timeStamp, int32_t hashNumber, Bytes octets) 
 
 // Asks the authority; null when there is no granted token.
 TimeStampObject requestTimeStamp(const StampRun &run, Bytes octets) noexcept {
-  constexpr int32_t kGrantedWithModifications = 1;
   TimeStampObject timeStamp(TalvoPKIMsgNewTimeStamp());
   int32_t status = -1;
   if (!timeStamp || TalvoPKIMsgTimeStampSetTSA(timeStamp.get(), run.tsa) != 1 ||
       TalvoPKIMsgTimeStampSetHashAlgorithm(timeStamp.get(), run.hashNumber) != 1 ||
       !setImprint(timeStamp.get(), run.hashNumber, octets) ||
       TalvoPKIMsgTimeStampGetResponse(timeStamp.get(), &status) != 1 ||
-      status > kGrantedWithModifications) {
+      status > TALVO_TIME_STAMP_GRANTED_WITH_MODS) {
     return nullptr;
   }
   return timeStamp;

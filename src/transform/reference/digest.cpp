@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/base64_text.h"
 #include "base/boundary.h"
 #include "base/list.h"
 #include "base/utf8.h"
@@ -15,8 +16,6 @@
 
 namespace talvo {
 namespace {
-
-constexpr int32_t kOneLine = 4;
 
 // The cryptographic library's number, or 0 for an id that is never digested.
 int32_t hashNumberOf(int32_t digestId) noexcept {
@@ -161,13 +160,7 @@ bool equalOctets(Bytes first, Bytes second) noexcept {
 }
 
 UString digestText(const Digest &digest) noexcept {
-  char *text = nullptr;
-  size_t length = 0;
-  if (talvo_base64_encode(digest.bytes.data(), digest.length, kOneLine, &text, &length) != 1) {
-    return nullptr;
-  }
-  const TextBuffer owned(text);
-  return makeString({text, length});
+  return encodeBase64(digest.view(), TALVO_BASE64_ONE_LINE);
 }
 
 }  // namespace talvo

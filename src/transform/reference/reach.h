@@ -10,9 +10,6 @@ namespace talvo {
 
 class ManifestWalk;
 
-constexpr uint32_t kAllowNetwork = 1;
-constexpr uint32_t kVerifyManifests = 2;
-
 // Everything is borrowed.
 struct Reach {
   XmlDoc *document = nullptr;
@@ -21,8 +18,8 @@ struct Reach {
   uint32_t flags = 0;
   ManifestWalk *manifests = nullptr;  // null outside of a Manifest that is being verified
 
-  bool mayUseNetwork() const noexcept { return (flags & kAllowNetwork) != 0; }
-  bool followsManifests() const noexcept { return (flags & kVerifyManifests) != 0; }
+  bool mayUseNetwork() const noexcept { return (flags & TALVO_DEREFERENCE_NETWORK) != 0; }
+  bool followsManifests() const noexcept { return (flags & TALVO_DEREFERENCE_MANIFESTS) != 0; }
 };
 
 }  // namespace talvo

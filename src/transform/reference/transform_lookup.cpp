@@ -22,19 +22,18 @@ constexpr const char *kSource = "transform";
 struct Row {
   int32_t number;
   TransformFunc function;
-  bool isCanonicalization;
 };
 
 constexpr std::array<Row, 9> kRows = {{
-    {1, talvo_xml_siganture_c14n, true},
-    {2, talvo_xml_siganture_c14n_with_comments, true},
-    {3, talvo_xml_siganture_exc_c14n, true},
-    {4, talvo_xml_siganture_exc_c14n_with_comments, true},
-    {6, talvo_xml_siganture_c14nv1_1, true},
-    {7, talvo_xml_siganture_c14nv1_1_with_comments, true},
-    {kTransformBase64, talvo_xml_siganture_base64decode_transform, false},
-    {kTransformXPath, talvo_xml_siganture_xpath_filtering_transform, false},
-    {kTransformEnveloped, talvo_xml_siganture_enveloped_signature_transform, false},
+    {TALVO_C14N_10, talvo_xml_siganture_c14n},
+    {TALVO_C14N_10_WITH_COMMENTS, talvo_xml_siganture_c14n_with_comments},
+    {TALVO_C14N_EXCLUSIVE, talvo_xml_siganture_exc_c14n},
+    {TALVO_C14N_EXCLUSIVE_WITH_COMMENTS, talvo_xml_siganture_exc_c14n_with_comments},
+    {TALVO_C14N_11, talvo_xml_siganture_c14nv1_1},
+    {TALVO_C14N_11_WITH_COMMENTS, talvo_xml_siganture_c14nv1_1_with_comments},
+    {TALVO_TRANSFORM_BASE64, talvo_xml_siganture_base64decode_transform},
+    {TALVO_TRANSFORM_XPATH, talvo_xml_siganture_xpath_filtering_transform},
+    {TALVO_TRANSFORM_ENVELOPED, talvo_xml_siganture_enveloped_signature_transform},
 }};
 
 TransformFunc functionOf(int32_t number) noexcept {
@@ -72,12 +71,12 @@ bool makeParameter(const Transform &transform, int32_t number, void **parameter,
     *parameter = prefixes.release();
     return true;
   }
-  if (number == kTransformXPath) {
+  if (number == TALVO_TRANSFORM_XPATH) {
     XmlNode *xpath = xpathElementOf(transform.element);
     return xpath == nullptr ? refuse(error, ReferenceError::xpathElement)
                             : hold(xpath, parameter, error);
   }
-  return number != kTransformEnveloped || hold(transform.signatureElement, parameter, error);
+  return number != TALVO_TRANSFORM_ENVELOPED || hold(transform.signatureElement, parameter, error);
 }
 
 bool makeParameter(const TransformCtx &context, void **parameter, uint32_t *error) noexcept {
@@ -87,10 +86,10 @@ bool makeParameter(const TransformCtx &context, void **parameter, uint32_t *erro
     *parameter = getexcc14nparam2(context.prefixes.get());
     return *parameter != nullptr || refuse(error, ReferenceError::outOfMemory);
   }
-  if (context.algorithm == kTransformXPath) {
+  if (context.algorithm == TALVO_TRANSFORM_XPATH) {
     return hold(context.xpathElement, parameter, error);
   }
-  return context.algorithm != kTransformEnveloped ||
+  return context.algorithm != TALVO_TRANSFORM_ENVELOPED ||
          hold(context.signatureElement, parameter, error);
 }
 
@@ -98,7 +97,7 @@ bool makeParameter(const TransformCtx &context, void **parameter, uint32_t *erro
 
 int32_t c14nMethodOf(TransformFunc function) noexcept {
   const auto *row = std::find_if(kRows.begin(), kRows.end(), [=](const Row &candidate) {
-    return candidate.isCanonicalization && candidate.function == function;
+    return canCanonicalize(candidate.number) && candidate.function == function;
   });
   return row == kRows.end() ? 0 : row->number;
 }

@@ -115,9 +115,9 @@ TEST_F(AlgorithmTest, JsonNamesIgnoreCaseAndLeaveOutWhatCannotBeChosen) {
     EXPECT_EQ(numberOf(c14nByJsonName(name)), number) << name;
     EXPECT_EQ(numberOf(transformByJsonName(name)), number) << name;
   }
-  EXPECT_EQ(numberOf(transformByJsonName("base64")), kTransformBase64);
-  EXPECT_EQ(numberOf(transformByJsonName("XPath")), kTransformXPath);
-  EXPECT_EQ(numberOf(transformByJsonName("ENVELOPEDSIGNATURE")), kTransformEnveloped);
+  EXPECT_EQ(numberOf(transformByJsonName("base64")), TALVO_TRANSFORM_BASE64);
+  EXPECT_EQ(numberOf(transformByJsonName("XPath")), TALVO_TRANSFORM_XPATH);
+  EXPECT_EQ(numberOf(transformByJsonName("ENVELOPEDSIGNATURE")), TALVO_TRANSFORM_ENVELOPED);
   EXPECT_EQ(numberOf(c14nByJsonName("")), -1);
   EXPECT_EQ(includeCertOptionByJsonName("certpathwithroot"), 4);
   EXPECT_EQ(includeCertOptionByJsonName("Root"), -1);
