@@ -187,7 +187,7 @@ TEST_F(DecodeTest, KeepsTheNodesOfUnknownChildren) {
   EXPECT_EQ(localName(std::get<XmlNode *>(keys[7]->data)), "Foreign");
   const auto parts = items<X509DataItem>(std::get<List>(keys[5]->data));
   ASSERT_EQ(parts.size(), 6);
-  EXPECT_EQ(parts[5]->kind, -1);
+  EXPECT_EQ(parts[5]->kind, X509Kind::other);
   EXPECT_EQ(localName(std::get<XmlNode *>(parts[5]->data)), "X509Digest");
   const auto &curve = std::get<Owned<KeyValue>>(keys[3]->data);
   EXPECT_EQ(curve->kind, -1);

@@ -22,8 +22,8 @@ Buffer copyOf(std::string_view text, Buffer buffer) {
   return buffer;
 }
 
-TextBuffer textOf(const std::string &text) {
-  return copyOf(std::string_view(text.c_str(), text.size() + 1), makeText("test", text.size() + 1));
+TextBuffer textOf(std::string_view text) {
+  return copyText("test", text);
 }
 
 std::string digestOf(const Certificate &certificate, int32_t hash) {
