@@ -9,24 +9,21 @@
 namespace talvo {
 
 // Writes a code into the caller's error word and answers 0.
-template <class Code>
-int32_t fail(uint32_t *error, Code code) noexcept {
+inline int32_t fail(uint32_t *error, uint32_t code) noexcept {
   if (error != nullptr) {
-    *error = static_cast<uint32_t>(code);
+    *error = code;
   }
   return 0;
 }
 
 // The same inside, where the answer is a bool.
-template <class Code>
-bool refuse(uint32_t *error, Code code) noexcept {
+inline bool refuse(uint32_t *error, uint32_t code) noexcept {
   fail(error, code);
   return false;
 }
 
 // The same where the answer is a handle.
-template <class Code>
-std::nullptr_t failNull(uint32_t *error, Code code) noexcept {
+inline std::nullptr_t failNull(uint32_t *error, uint32_t code) noexcept {
   fail(error, code);
   return nullptr;
 }
@@ -50,8 +47,8 @@ auto guard(Body &&body) noexcept {
 
 // For functions with an error word: without one the answer is 0 at once, and exhausted memory is
 // `outOfMemory`.
-template <class Code, class Body>
-auto guardWithError(uint32_t *error, Code outOfMemory, Body &&body) noexcept {
+template <class Body>
+auto guardWithError(uint32_t *error, uint32_t outOfMemory, Body &&body) noexcept {
   using Result = std::invoke_result_t<Body>;
   if (error == nullptr) {
     return Result{};

@@ -1,6 +1,5 @@
 #include "transform/transform.h"
 
-#include "signature/vocabulary/error.h"
 #include "support/contexts.h"
 #include "transform/transform_support.h"
 

@@ -8,7 +8,6 @@
 #include "base/utf8.h"
 #include "signature/decode/element_reader.h"
 #include "signature/vocabulary/algorithm.h"
-#include "signature/vocabulary/error.h"
 
 namespace talvo {
 namespace {
@@ -95,14 +94,14 @@ bool decodeexcc14nnode(const XmlNode *element, PrefixBlock *block, uint32_t *err
     *block = PrefixBlock();
     return true;
   }
-  return guardWithError(error, ReferenceError::outOfMemory, [&] {
+  return guardWithError(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY, [&] {
     const UString value = readPrefixList(element);
     std::vector<std::string_view> prefixes;
     if (!value || !split(viewOf(value.get()), &prefixes)) {
-      return refuse(error, ReferenceError::prefixList);
+      return refuse(error, TALVO_VERIFY_ERROR_PREFIX_LIST);
     }
     *block = PrefixBlock::make(prefixes);
-    return *block || refuse(error, ReferenceError::outOfMemory);
+    return *block || refuse(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   });
 }
 

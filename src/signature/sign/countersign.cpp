@@ -7,7 +7,6 @@
 #include "signature/context/context.h"
 #include "signature/generate/element_writer.h"
 #include "signature/vocabulary/algorithm.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "signature/xades/position.h"
 #include "signature/xades/properties.h"
@@ -101,17 +100,17 @@ XmlNode *placeSkeleton(const CounterRun &run, XmlNode *signatureValue) noexcept 
 // The SignatureValue to countersign; null with an error.
 XmlNode *checkArguments(const CounterRun &run, uint32_t *error) noexcept {
   if (run.key == nullptr || run.signatureElement == nullptr || run.parameters == nullptr) {
-    return failNull(error, SignError::failed);
+    return failNull(error, TALVO_SIGN_ERROR_FAILED);
   }
   if (talvo_xml_signature_issignaturenode(run.signatureElement) != 1) {
-    return failNull(error, SignError::notASignature);
+    return failNull(error, TALVO_SIGN_ERROR_NOT_A_SIGNATURE);
   }
   if (talvo_json_gettype(run.parameters) != TALVO_JSON_OBJECT) {
-    return failNull(error, SignError::parameters);
+    return failNull(error, TALVO_SIGN_ERROR_PARAMETERS);
   }
   XmlNode *value = talvo_xml_node_findelemnode(run.signatureElement, g_xml_signature_signaturevalue,
                                                g_xml_signature_nsuri);
-  return value != nullptr ? value : failNull(error, SignError::notASignature);
+  return value != nullptr ? value : failNull(error, TALVO_SIGN_ERROR_NOT_A_SIGNATURE);
 }
 
 // The Id by which the reference will find the value; null when it has none or leads elsewhere, as when
@@ -130,14 +129,14 @@ int32_t countersign(const CounterRun &run, XmlNode **result, uint32_t *error) {
   }
   const UString valueId = idOf(signatureValue);
   if (!valueId) {
-    return fail(error, SignError::noSignatureValueId);
+    return fail(error, TALVO_SIGN_ERROR_NO_SIGNATURE_VALUE_ID);
   }
   // Signing takes a certificate with its private key; a bare public key cannot countersign.
   TalvoPKICert *certificate = run.key->certificate();
   const Json parameters = certificate == nullptr ? nullptr : extendParameters(run, valueId.get());
   XmlNode *signature = parameters ? placeSkeleton(run, signatureValue) : nullptr;
   if (signature == nullptr) {
-    return fail(error, SignError::failed);
+    return fail(error, TALVO_SIGN_ERROR_FAILED);
   }
   // Deliberate: when signing fails, the CounterSignature stays in the document.
   const int32_t done = talvo_xml_signature_sign_ex(signature, certificate, parameters.get(), error);
@@ -157,7 +156,7 @@ int32_t talvo_xml_signature_xades_countersign(XmlNode *signatureElement, const S
                                               const talvo_json *parameters,
                                               XmlNode **counterSignature,
                                               uint32_t *error) noexcept {
-  return talvo::guardWithError(error, talvo::SignError::failed, [&] {
+  return talvo::guardWithError(error, TALVO_SIGN_ERROR_FAILED, [&] {
     return talvo::countersign({signatureElement, key, digestMethod, id, parameters},
                               counterSignature, error);
   });

@@ -8,7 +8,6 @@
 #include "signature/context/context.h"
 #include "signature/sign/raw_signature.h"
 #include "signature/vocabulary/algorithm.h"
-#include "signature/vocabulary/error.h"
 
 namespace talvo {
 namespace {
@@ -30,17 +29,17 @@ bool keyPairFits(TalvoPKIKeyPair *keyPair, const SignatureKey &key, int32_t sign
                  uint32_t *error) noexcept {
   const SignatureAlgorithm *method = signatureByNumber(signatureMethod);
   if (method == nullptr || method->crypto == 0) {
-    return refuse(error, SignError::signatureMethod);
+    return refuse(error, TALVO_SIGN_ERROR_SIGNATURE_METHOD);
   }
   const CryptoOctets value =
       octetsFrom(sign, keyPair, signatureMethod, kTrial.data(), kTrial.size());
   if (!value) {
-    return refuse(error, SignError::failed);
+    return refuse(error, TALVO_SIGN_ERROR_FAILED);
   }
   const PublicKey publicKey = publicKeyOf(key);
   if (!publicKey || verifysignaturebypubkey(publicKey.get(), method->crypto, kTrial.data(),
                                             kTrial.size(), value.bytes.get(), value.length) != 1) {
-    return refuse(error, SignError::keyMismatch);
+    return refuse(error, TALVO_SIGN_ERROR_KEY_MISMATCH);
   }
   return true;
 }

@@ -5,7 +5,6 @@
 #include "base/list.h"
 #include "signature/context/context.h"
 #include "signature/sign/reference_digest.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 
 namespace talvo {
@@ -53,7 +52,7 @@ bool digestManifest(const ManifestRun &run, XmlNode *manifest, const ObjectCtx &
                     uint32_t *error) noexcept {
   const List owner = findAll(manifest, g_xml_signature_reference_name);
   if (!owner) {
-    return refuse(error, SignError::outOfMemory);
+    return refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   const ListView<XmlNode> elements = items<XmlNode>(owner);
   int32_t position = 0;
@@ -78,7 +77,7 @@ bool digestInOrder(const ManifestRun &run, uint32_t *error) noexcept {
   const List owner = findAll(run.signatureElement, g_xml_signature_manifest);
   const ListView<XmlNode> manifests = items<XmlNode>(owner);
   if (!owner || manifests.size() != countManifests(run.objects)) {
-    return refuse(error, SignError::missingElement);
+    return refuse(error, TALVO_SIGN_ERROR_MISSING_ELEMENT);
   }
   const ManifestTargets targets(run);
   int32_t position = 0;

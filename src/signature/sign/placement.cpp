@@ -3,7 +3,6 @@
 #include "signature/sign/placement.h"
 
 #include "base/boundary.h"
-#include "signature/vocabulary/error.h"
 #include "xml/node.h"
 #include "xml/registry.h"
 
@@ -22,14 +21,14 @@ Placement::~Placement() {
 
 bool Placement::prepare(uint32_t *error) noexcept {
   if (!fits()) {
-    return refuse(error, SignError::placement);
+    return refuse(error, TALVO_SIGN_ERROR_PLACEMENT);
   }
   if (doc_ != nullptr) {
     return true;
   }
   made_.reset(talvo_xml_doc_new(TALVO_XML_10));
   doc_ = made_.get();
-  return doc_ != nullptr || refuse(error, SignError::outOfMemory);
+  return doc_ != nullptr || refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
 }
 
 bool Placement::fits() const noexcept {

@@ -8,7 +8,6 @@
 #include "signature/generate/element_writer.h"
 #include "signature/record/record.h"
 #include "signature/sign/signed_info_octets.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "transform/reference/reference_digest.h"
 #include "xml/edit.h"
@@ -21,11 +20,11 @@ int32_t writeDigest(const Reach &reach, const talvo_ustring *text, uint32_t *err
   XmlNode *value = talvo_xml_node_findelemnode(reach.element, g_xml_signature_digestvalue_name,
                                                g_xml_signature_nsuri);
   if (value == nullptr) {
-    return fail(error, SignError::missingElement);
+    return fail(error, TALVO_SIGN_ERROR_MISSING_ELEMENT);
   }
   OwnedNode node = makeText(reach.document, text);
   if (!node || linkChild(value, node) == nullptr) {
-    return fail(error, SignError::outOfMemory);
+    return fail(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   return 1;
 }
@@ -58,7 +57,7 @@ class XPathTargets {
 
 int32_t digestReference(const Reach &reach, ReferenceCtx *context, uint32_t *error) noexcept {
   if (reach.element == nullptr) {
-    return fail(error, SignError::missingElement);
+    return fail(error, TALVO_SIGN_ERROR_MISSING_ELEMENT);
   }
   if (context->hasDigestValue) {
     return writeDigest(reach, context->digestValue.get(), error);
@@ -87,12 +86,12 @@ int32_t digestReferences(Reach reach, XmlNode *signatureElement, const List &con
                          uint32_t *error) noexcept {
   XmlNode *signedInfo = signatureChild(signatureElement, g_xml_signature_signerinfo_name);
   if (signedInfo == nullptr) {
-    return fail(error, SignError::missingElement);
+    return fail(error, TALVO_SIGN_ERROR_MISSING_ELEMENT);
   }
   talvo_arraylist *found = nullptr;
   if (talvo_xml_node_findallelemnode(signedInfo, g_xml_signature_reference_name,
                                      g_xml_signature_nsuri, &found) != 1) {
-    return fail(error, SignError::outOfMemory);
+    return fail(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   const List owner(found);
   const ListView<XmlNode> elements = items<XmlNode>(owner);
@@ -111,21 +110,21 @@ int32_t digestReferences(Reach reach, XmlNode *signatureElement, const List &con
 UString digestElement(XmlNode *element, uint32_t dereferenceFlag, const talvo_ustring *basePath,
                       uint32_t *error) noexcept {
   if (element == nullptr) {
-    return failNull(error, SignError::missingArgument);
+    return failNull(error, TALVO_SIGN_ERROR_MISSING_ARGUMENT);
   }
   if (!isElement(element, g_xml_signature_reference_name, g_xml_signature_nsuri)) {
-    return failNull(error, SignError::notAReference);
+    return failNull(error, TALVO_SIGN_ERROR_NOT_A_REFERENCE);
   }
   const OwnedReference reference(
       talvo_xml_decode_signature_reference(element, findEnclosingSignature(element)));
   if (!reference) {
-    return failNull(error, SignError::notAReference);
+    return failNull(error, TALVO_SIGN_ERROR_NOT_A_REFERENCE);
   }
   XmlDoc *document = talvo_xml_node_getdoc(element);
   talvo_xml_signature_setid(document);
   return reference->uri
              ? digestOfReference(*reference, {document, element, basePath, dereferenceFlag}, error)
-             : failNull(error, SignError::notAReference);
+             : failNull(error, TALVO_SIGN_ERROR_NOT_A_REFERENCE);
 }
 
 }  // namespace
@@ -147,9 +146,9 @@ int32_t talvo_xml_signature_calcrefdigestvalue(XmlDoc *doc, XmlNode *signatureEl
                                                SignedInfoCtx *context,
                                                const talvo_ustring *basePath,
                                                uint32_t dereferenceFlag, uint32_t *error) noexcept {
-  return guardWithError(error, SignError::outOfMemory, [&] {
+  return guardWithError(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY, [&] {
     if (signatureElement == nullptr || context == nullptr) {
-      return fail(error, SignError::missingArgument);
+      return fail(error, TALVO_SIGN_ERROR_MISSING_ARGUMENT);
     }
     return digestReferences({doc, nullptr, basePath, dereferenceFlag}, signatureElement,
                             context->references, error);
@@ -158,7 +157,7 @@ int32_t talvo_xml_signature_calcrefdigestvalue(XmlDoc *doc, XmlNode *signatureEl
 
 talvo_ustring *talvo_xml_signature_calref(XmlNode *referenceElement, uint32_t dereferenceFlag,
                                           const talvo_ustring *basePath, uint32_t *error) noexcept {
-  return guardWithError(error, SignError::outOfMemory, [&] {
+  return guardWithError(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY, [&] {
     return digestElement(referenceElement, dereferenceFlag, basePath, error).release();
   });
 }

@@ -12,7 +12,6 @@
 #include "signature/sign/key_check.h"
 #include "signature/sign/manifest_digest.h"
 #include "signature/sign/placement.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "signature/xades/properties.h"
 
@@ -32,19 +31,19 @@ struct SignRequest {
 
 bool checkArguments(const SignRequest &request, XmlNode **out, uint32_t *error) noexcept {
   if (request.context == nullptr) {
-    return refuse(error, SignError::missingArgument);
+    return refuse(error, TALVO_SIGN_ERROR_MISSING_ARGUMENT);
   }
   if (request.keyPair == nullptr || request.key == nullptr) {
-    return refuse(error, SignError::noKey);
+    return refuse(error, TALVO_SIGN_ERROR_NO_KEY);
   }
   if (out == nullptr) {
-    return refuse(error, SignError::missingArgument);
+    return refuse(error, TALVO_SIGN_ERROR_MISSING_ARGUMENT);
   }
   if (request.key->type == TALVO_SIGNATURE_KEY_HMAC) {
-    return refuse(error, SignError::hmacKey);
+    return refuse(error, TALVO_SIGN_ERROR_HMAC_KEY);
   }
   if (request.key->certificate() != nullptr && issigncert(request.key->certificate()) != 1) {
-    return refuse(error, SignError::certificateMayNotSign);
+    return refuse(error, TALVO_SIGN_ERROR_CERTIFICATE_USAGE);
   }
   return true;
 }
@@ -53,7 +52,7 @@ bool checkArguments(const SignRequest &request, XmlNode **out, uint32_t *error) 
 bool checkReferences(const SignRequest &request, uint32_t *error) noexcept {
   if (countReferencesWithoutUri(request.context->references.get()) > 1 ||
       countManifestReferencesWithoutUri(request.objects) > 0) {
-    return refuse(error, SignError::tooManyReferencesWithoutUri);
+    return refuse(error, TALVO_SIGN_ERROR_REFERENCES_WITHOUT_URI);
   }
   return true;
 }
@@ -115,7 +114,8 @@ class SignatureWriter {
     }
     OwnedNode object = generateQualifyingProperties(doc_, ns_, id_, request_.context,
                                                     request_.key->certificate(), error);
-    return object != nullptr && (add(std::move(object)) || refuse(error, SignError::outOfMemory));
+    return object != nullptr &&
+           (add(std::move(object)) || refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY));
   }
 
  private:
@@ -144,15 +144,15 @@ bool build(const SignRequest &request, Placement *place, MovedRuns *moved,
            uint32_t *error) noexcept {
   UString id;
   if (!chooseId(request, &id)) {
-    return refuse(error, SignError::outOfMemory);
+    return refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   OwnedNode element = makeSignatureElement(id.get());
   if (!element || !place->link(std::move(element))) {
-    return refuse(error, SignError::outOfMemory);
+    return refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   SignatureWriter writer(request, *place, id.get());
   if (!writer.writeParts(moved)) {
-    return refuse(error, SignError::outOfMemory);
+    return refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   return writer.writeProperties(error);
 }
@@ -162,7 +162,7 @@ bool compute(const SignRequest &request, const Placement &place, uint32_t *error
   XmlNode *element = place.element();
   const SignedInfoCtx &context = *request.context;
   if (talvo_xml_signature_setid(doc) != 1) {
-    return refuse(error, SignError::idRegistration);
+    return refuse(error, TALVO_SIGN_ERROR_ID_REGISTRATION);
   }
   return digestManifests(doc, element, request.objects, request.basePath, error) &&
          talvo_xml_signature_calcrefdigestvalue(doc, element, request.context, request.basePath,
@@ -196,16 +196,16 @@ int32_t signInto(Placement *place, const SignRequest &request, XmlNode **out,
 int32_t signWithCertificate(Placement *place, SignRequest request, TalvoPKICert *certificate,
                             const char *credential, XmlNode **out, uint32_t *error) noexcept {
   if (certificate == nullptr) {
-    return fail(error, SignError::missingArgument);
+    return fail(error, TALVO_SIGN_ERROR_MISSING_ARGUMENT);
   }
   const KeyPair keyPair(
       TalvoPKICertGetCertKeyPair(certificate, TALVO_KEY_PAIR_UNLOCK, TALVO_USE_SIGN, credential));
   if (!keyPair) {
-    return fail(error, SignError::noKey);
+    return fail(error, TALVO_SIGN_ERROR_NO_KEY);
   }
   const Key key(talvo_xml_signature_key_newcert(certificate));
   if (!key) {
-    return fail(error, SignError::outOfMemory);
+    return fail(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   request.key = key.get();
   request.keyPair = keyPair.get();
@@ -224,7 +224,7 @@ int32_t talvo_xml_signature_signex(XmlDoc *doc, XmlNode *parent, XmlNode *siblin
                                    const talvo_arraylist *extraCertificates,
                                    const talvo_ustring *basePath, XmlNode **signatureElement,
                                    uint32_t *error) noexcept {
-  return talvo::guardWithError(error, talvo::SignError::outOfMemory, [&] {
+  return talvo::guardWithError(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY, [&] {
     talvo::Placement place(doc, parent, sibling);
     return talvo::signInto(
         &place,
@@ -238,7 +238,7 @@ int32_t talvo_xml_signature_sign(XmlDoc *doc, XmlNode *parent, XmlNode *sibling,
                                  const talvo_arraylist *objects, TalvoPKICert *certificate,
                                  const char *credential, XmlNode **signatureElement,
                                  uint32_t *error) noexcept {
-  return talvo::guardWithError(error, talvo::SignError::outOfMemory, [&] {
+  return talvo::guardWithError(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY, [&] {
     talvo::Placement place(doc, parent, sibling);
     return talvo::signWithCertificate(
         &place, {signatureId, context, objects, nullptr, nullptr, false, nullptr, nullptr},

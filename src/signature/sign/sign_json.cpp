@@ -7,7 +7,6 @@
 #include "signature/generate/element_writer.h"
 #include "signature/generate/key_info.h"
 #include "signature/generate/signed_info.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "signature/xades/properties.h"
 #include "xml/edit.h"
@@ -37,13 +36,13 @@ bool isCompletable(const XmlNode *element) noexcept {
 bool checkArguments(const XmlNode *element, const TalvoPKICert *certificate,
                     const talvo_json *parameters, uint32_t *error) noexcept {
   if (element == nullptr || certificate == nullptr || parameters == nullptr) {
-    return refuse(error, SignError::failed);
+    return refuse(error, TALVO_SIGN_ERROR_FAILED);
   }
   if (!isCompletable(element)) {
-    return refuse(error, SignError::notASignature);
+    return refuse(error, TALVO_SIGN_ERROR_NOT_A_SIGNATURE);
   }
   if (talvo_json_gettype(parameters) != TALVO_JSON_OBJECT) {
-    return refuse(error, SignError::parameters);
+    return refuse(error, TALVO_SIGN_ERROR_PARAMETERS);
   }
   return true;
 }
@@ -51,7 +50,7 @@ bool checkArguments(const XmlNode *element, const TalvoPKICert *certificate,
 bool readParameters(JsonRun *run, uint32_t *error) noexcept {
   run->context.reset(JsonToSignedInfoCtx(run->parameters));
   if (!run->context || !readEntryParameters(run->parameters, run->entry)) {
-    return refuse(error, SignError::parameters);
+    return refuse(error, TALVO_SIGN_ERROR_PARAMETERS);
   }
   return true;
 }
@@ -134,7 +133,7 @@ XmlNode *propertiesPosition(const JsonRun &run, XmlNode *last) noexcept {
 bool writeProperties(const JsonRun &run, XmlNode *last, uint32_t *error) noexcept {
   XmlNode *position = propertiesPosition(run, last);
   if (position == nullptr) {
-    return refuse(error, SignError::outOfMemory);
+    return refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   if (!run.context->asksForXades()) {
     return true;
@@ -146,7 +145,7 @@ bool writeProperties(const JsonRun &run, XmlNode *last, uint32_t *error) noexcep
   }
   XmlNode *linked = linkNew(position, std::move(object));
   if (linked == nullptr || addlfsibling(run.doc, linked) == nullptr) {
-    return refuse(error, SignError::outOfMemory);
+    return refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   return true;
 }
@@ -154,14 +153,14 @@ bool writeProperties(const JsonRun &run, XmlNode *last, uint32_t *error) noexcep
 bool complete(JsonRun *run, uint32_t *error) noexcept {
   XmlNode *last = settleId(run) ? writeParts(*run) : nullptr;
   if (last == nullptr) {
-    return refuse(error, SignError::outOfMemory);
+    return refuse(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   return writeProperties(*run, last, error);
 }
 
 bool compute(const JsonRun &run, TalvoPKIKeyPair *keyPair, uint32_t *error) noexcept {
   if (talvo_xml_signature_setid(run.doc) != 1) {
-    return refuse(error, SignError::idRegistration);
+    return refuse(error, TALVO_SIGN_ERROR_ID_REGISTRATION);
   }
   SignedInfoCtx *context = run.context.get();
   return talvo_xml_signature_calcrefdigestvalue(run.doc, run.element, context,
@@ -176,13 +175,13 @@ bool compute(const JsonRun &run, TalvoPKIKeyPair *keyPair, uint32_t *error) noex
 bool addTimeStamp(const JsonRun &run, uint32_t *error) noexcept {
   TimeStampParameters wanted;
   if (!readTimeStampParameters(run.parameters, wanted)) {
-    return refuse(error, SignError::timeStamp);
+    return refuse(error, TALVO_SIGN_ERROR_TIME_STAMP);
   }
   if (wanted.isRequested &&
       talvo_xml_signature_xades_addsignaturetimestamp(
           run.element, wanted.id.get(), wanted.c14nMethod, wanted.prefixes.get(), wanted.tsa.get(),
           wanted.digestMethod, nullptr, error) != 1) {
-    return refuse(error, SignError::timeStamp);
+    return refuse(error, TALVO_SIGN_ERROR_TIME_STAMP);
   }
   return true;
 }
@@ -194,7 +193,7 @@ int32_t signElement(XmlNode *element, TalvoPKICert *certificate, const talvo_jso
   }
   const KeyPair keyPair(TalvoPKICertGetCertKeyPair(certificate, 0, TALVO_USE_SIGN, nullptr));
   if (!keyPair) {
-    return fail(error, SignError::noKeyForCertificate);
+    return fail(error, TALVO_SIGN_ERROR_NO_KEY_FOR_CERTIFICATE);
   }
   JsonRun run{element,
               talvo_xml_node_getdoc(element),
@@ -215,7 +214,7 @@ extern "C" {
 
 int32_t talvo_xml_signature_sign_ex(XmlNode *signatureElement, TalvoPKICert *certificate,
                                     const talvo_json *parameters, uint32_t *error) noexcept {
-  return talvo::guardWithError(error, talvo::SignError::outOfMemory, [&] {
+  return talvo::guardWithError(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY, [&] {
     return talvo::signElement(signatureElement, certificate, parameters, error);
   });
 }

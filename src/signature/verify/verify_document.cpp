@@ -5,7 +5,6 @@
 #include "signature/context/context.h"
 #include "signature/decode/signature.h"
 #include "signature/record/record.h"
-#include "signature/vocabulary/error.h"
 
 namespace talvo {
 namespace {
@@ -24,11 +23,11 @@ void freeKey(void *key) noexcept {
 Key verifyOne(XmlNode *element, const VerifyRun &run) noexcept {
   const SignatureRecord signature = decodeSignature(element, Registration::skip);
   if (!signature) {
-    return failNull(run.error, VerifyError::undecodable);
+    return failNull(run.error, TALVO_VERIFY_ERROR_UNDECODABLE);
   }
   if (run.basePath != nullptr &&
       talvo_xml_signature_setbasepath(signature.get(), run.basePath) != 1) {
-    return failNull(run.error, VerifyError::outOfMemory);
+    return failNull(run.error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   SignatureKey *verified = nullptr;
   if (talvo_xml_signature_signaturevalidation(signature.get(), &verified, run.error) != 1) {
@@ -45,7 +44,7 @@ Key verifyOne(XmlNode *element, const VerifyRun &run) noexcept {
 List verifyAll(const List &elements, const VerifyRun &run) noexcept {
   List keys(talvo_arraylist_new(nullptr, freeKey));
   if (!keys) {
-    return failNull(run.error, VerifyError::outOfMemory);
+    return failNull(run.error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   for (XmlNode *element : items<XmlNode>(elements)) {
     Key key = verifyOne(element, run);
@@ -53,7 +52,7 @@ List verifyAll(const List &elements, const VerifyRun &run) noexcept {
       return nullptr;
     }
     if (!append(keys, std::move(key))) {
-      return failNull(run.error, VerifyError::outOfMemory);
+      return failNull(run.error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
     }
   }
   return keys;
@@ -61,18 +60,18 @@ List verifyAll(const List &elements, const VerifyRun &run) noexcept {
 
 int32_t verifyDocument(XmlDoc *doc, const VerifyRun &run, talvo_arraylist **keys) noexcept {
   if (doc == nullptr) {
-    return fail(run.error, VerifyError::missingArgument);
+    return fail(run.error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   talvo_arraylist *found = nullptr;
   if (talvo_xml_node_findsignature(talvo_xml_doc_getrootelement(doc), &found) != 1) {
-    return fail(run.error, VerifyError::noSignature);
+    return fail(run.error, TALVO_VERIFY_ERROR_NO_SIGNATURE);
   }
   const List elements(found);
   if (items<XmlNode>(elements).empty()) {
-    return fail(run.error, VerifyError::noSignature);
+    return fail(run.error, TALVO_VERIFY_ERROR_NO_SIGNATURE);
   }
   if (talvo_xml_signature_setid(doc) != 1) {
-    return fail(run.error, VerifyError::idRegistration);
+    return fail(run.error, TALVO_VERIFY_ERROR_ID_REGISTRATION);
   }
   List verified = verifyAll(elements, run);
   if (!verified) {
@@ -92,7 +91,7 @@ extern "C" {
 int32_t talvo_xml_signature_verify_ex(XmlDoc *doc, const talvo_ustring *basePath,
                                       const void *externalData, size_t length,
                                       talvo_arraylist **keys, uint32_t *error) noexcept {
-  return talvo::guardWithError(error, talvo::VerifyError::outOfMemory, [&] {
+  return talvo::guardWithError(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY, [&] {
     if (keys != nullptr) {
       *keys = nullptr;
     }

@@ -3,7 +3,6 @@
 #include "base/list.h"
 #include "signature/decode/reference.h"
 #include "signature/record/record.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "transform/reference/reference_check.h"
 #include "xml/node.h"
@@ -15,7 +14,7 @@ namespace {
 int32_t verifyReferences(const Signature *signature, uint32_t flags, Bytes external,
                          int32_t *failed, uint32_t *error) noexcept {
   if (signature == nullptr) {
-    return fail(error, VerifyError::missingArgument);
+    return fail(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   const ListView<Reference> references = items<Reference>(signature->signedInfo->references);
   int32_t withoutUri = 0;
@@ -23,7 +22,7 @@ int32_t verifyReferences(const Signature *signature, uint32_t flags, Bytes exter
     withoutUri += reference->uri ? 0 : 1;
   }
   if (withoutUri > 1) {
-    return fail(error, VerifyError::tooManyReferencesWithoutUri);
+    return fail(error, TALVO_VERIFY_ERROR_REFERENCES_WITHOUT_URI);
   }
   for (int32_t index = 0; index < references.size(); ++index) {
     const Reference *reference = references[index];
@@ -39,15 +38,15 @@ int32_t verifyReferences(const Signature *signature, uint32_t flags, Bytes exter
 
 int32_t verifyElement(const Reach &reach, Bytes external, uint32_t *error) noexcept {
   if (reach.element == nullptr) {
-    return fail(error, VerifyError::missingArgument);
+    return fail(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   if (!isElement(reach.element, g_xml_signature_reference_name, g_xml_signature_nsuri)) {
-    return fail(error, VerifyError::notAReference);
+    return fail(error, TALVO_VERIFY_ERROR_NOT_A_REFERENCE);
   }
   const OwnedReference reference(
       talvo_xml_decode_signature_reference(reach.element, findEnclosingSignature(reach.element)));
   if (!reference) {
-    return fail(error, VerifyError::notAReference);
+    return fail(error, TALVO_VERIFY_ERROR_NOT_A_REFERENCE);
   }
   // A document without any signature registers nothing; its references may still name DTD or xml:id
   // identifiers.
@@ -75,7 +74,7 @@ int32_t talvo_xml_signature_referencevalidation_ex2(const Signature *signature, 
                                                     const void *externalData, size_t length,
                                                     int32_t *failed, uint32_t *error) noexcept {
   int32_t index = -1;
-  const int32_t result = guardWithError(error, VerifyError::outOfMemory, [&] {
+  const int32_t result = guardWithError(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY, [&] {
     return verifyReferences(signature, flags, bytesAt(externalData, length), &index, error);
   });
   if (failed != nullptr) {
@@ -94,7 +93,7 @@ int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
 int32_t talvo_xml_signature_verifyref_ex(XmlNode *referenceElement, uint32_t flags,
                                          const talvo_ustring *basePath, const void *externalData,
                                          size_t length, uint32_t *error) noexcept {
-  return guardWithError(error, VerifyError::outOfMemory, [&] {
+  return guardWithError(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY, [&] {
     const Reach reach{talvo_xml_node_getdoc(referenceElement), referenceElement, basePath, flags};
     return verifyElement(reach, bytesAt(externalData, length), error);
   });

@@ -7,7 +7,6 @@
 #include "signature/record/certid.h"
 #include "signature/sign/signed_info_octets.h"
 #include "signature/verify/key_search.h"
-#include "signature/vocabulary/error.h"
 
 namespace talvo {
 namespace {
@@ -16,7 +15,7 @@ namespace {
 Blob canonicalSignedInfo(const SignedInfo &signedInfo, uint32_t *error) noexcept {
   const TransformAlgorithm *method = c14nByNumber(signedInfo.canonicalizationMethod->algorithmId);
   if (method == nullptr || !canCanonicalize(method->number)) {
-    return failNull(error, VerifyError::c14nMethod);
+    return failNull(error, TALVO_VERIFY_ERROR_C14N_METHOD);
   }
   PrefixBlock prefixes;
   if (isExclusive(method->number) &&
@@ -25,7 +24,7 @@ Blob canonicalSignedInfo(const SignedInfo &signedInfo, uint32_t *error) noexcept
   }
   Blob octets = signedInfoOctets(signedInfo.element, method->number, prefixes);
   if (!octets) {
-    return failNull(error, VerifyError::outOfMemory);
+    return failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   return octets;
 }
@@ -39,12 +38,12 @@ bool sameLength(int32_t hmacBits, size_t valueLength) noexcept {
 // A truncated MAC is compared over the length of the signature value.
 int32_t verifyMac(const MacOperation &mac, Bytes octets, Bytes value, uint32_t *error) noexcept {
   if (TalvoPKICryptoMacUpdate(mac.get(), octets.data(), octets.size()) != 1) {
-    return fail(error, VerifyError::invalidSignature);
+    return fail(error, TALVO_VERIFY_ERROR_INVALID_SIGNATURE);
   }
   const CryptoOctets computed = octetsFrom(TalvoPKICryptoMacFinal, mac.get());
   if (!computed || computed.length < value.size() ||
       TalvoPKICryptoEqualMemory(computed.bytes.get(), value.data(), value.size()) != 1) {
-    return fail(error, VerifyError::invalidSignature);
+    return fail(error, TALVO_VERIFY_ERROR_INVALID_SIGNATURE);
   }
   return 1;
 }
@@ -53,24 +52,24 @@ Key verifyHmac(const Signature &signature, const SignatureAlgorithm &method, Byt
                uint32_t *error) noexcept {
   const Bytes value = bytesOf(signature.signatureValue->value.get());
   if (!signature.hmacKey) {
-    return failNull(error, VerifyError::noKey);
+    return failNull(error, TALVO_VERIFY_ERROR_NO_KEY);
   }
   if (!sameLength(signature.signedInfo->signatureMethod->hmacOutputLength, value.size())) {
-    return failNull(error, VerifyError::invalidSignature);
+    return failNull(error, TALVO_VERIFY_ERROR_INVALID_SIGNATURE);
   }
   const Bytes secret = bytesOf(signature.hmacKey.get());
   MacOperation mac(method.crypto == 0
                        ? nullptr
                        : TalvoPKICryptoNewMac(method.crypto, secret.data(), secret.size()));
   if (!mac) {
-    return failNull(error, VerifyError::hmacMethod);
+    return failNull(error, TALVO_VERIFY_ERROR_HMAC_METHOD);
   }
   if (verifyMac(mac, octets, value, error) != 1) {
     return nullptr;
   }
   Key key = makeHmacKey(secret);
   if (!key) {
-    return failNull(error, VerifyError::outOfMemory);
+    return failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   return key;
 }
@@ -78,11 +77,12 @@ Key verifyHmac(const Signature &signature, const SignatureAlgorithm &method, Byt
 Key searchKey(const Signature *signature, const ValueCheck &check, uint32_t *error) noexcept {
   KeySearch search(signature, check);
   if (!search.run()) {
-    return failNull(error, search.triedAny() ? VerifyError::invalidSignature : VerifyError::noKey);
+    return failNull(error, search.triedAny() ? TALVO_VERIFY_ERROR_INVALID_SIGNATURE
+                                             : TALVO_VERIFY_ERROR_NO_KEY);
   }
   Key key = search.makeKey();
   if (!key) {
-    return failNull(error, VerifyError::outOfMemory);
+    return failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   return key;
 }
@@ -97,7 +97,7 @@ Key verifyeccsignature(const Signature &signature, int32_t algorithm, Bytes octe
 Key verifyWithKeyPairs(const Signature &signature, const SignatureAlgorithm *method, Bytes octets,
                        uint32_t *error) noexcept {
   if (method == nullptr || method->crypto == 0) {
-    return failNull(error, VerifyError::signatureMethod);
+    return failNull(error, TALVO_VERIFY_ERROR_SIGNATURE_METHOD);
   }
   const Bytes value = bytesOf(signature.signatureValue->value.get());
   if (method->family == KeyFamily::ec) {
@@ -105,7 +105,7 @@ Key verifyWithKeyPairs(const Signature &signature, const SignatureAlgorithm *met
   }
   constexpr size_t kDsaValueLength = 40;
   if (method->family == KeyFamily::dsa && value.size() != kDsaValueLength) {
-    return failNull(error, VerifyError::invalidSignature);
+    return failNull(error, TALVO_VERIFY_ERROR_INVALID_SIGNATURE);
   }
   return searchKey(&signature, {method->family, method->crypto, octets, value}, error);
 }
@@ -144,10 +144,10 @@ Key verifyAsymmetric(Signature *signature, const SignatureAlgorithm *method, Byt
     return nullptr;
   }
   if (!matchesSigningCertificate(*signature, *key)) {
-    return failNull(error, VerifyError::signingCertificate);
+    return failNull(error, TALVO_VERIFY_ERROR_SIGNING_CERTIFICATE);
   }
   if (!rememberSigner(signature, *key)) {
-    return failNull(error, VerifyError::outOfMemory);
+    return failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   return key;
 }
@@ -157,7 +157,7 @@ int32_t validateValue(Signature *signature, SignatureKey **key, uint32_t *error)
     *key = nullptr;
   }
   if (signature == nullptr) {
-    return fail(error, VerifyError::missingArgument);
+    return fail(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   const Blob canonical = canonicalSignedInfo(*signature->signedInfo, error);
   if (!canonical) {
@@ -185,6 +185,6 @@ using namespace talvo;
 
 int32_t talvo_xml_signature_signaturevalidation(Signature *signature, SignatureKey **key,
                                                 uint32_t *error) noexcept {
-  return guardWithError(error, VerifyError::outOfMemory,
+  return guardWithError(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY,
                         [&] { return validateValue(signature, key, error); });
 }

@@ -11,7 +11,6 @@
 #include "signature/generate/certificate_path.h"
 #include "signature/generate/element_writer.h"
 #include "signature/generate/reference.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 
 namespace {
@@ -25,7 +24,7 @@ struct Scope {
   XmlNode *xadesNs;
   const SignedInfoCtx &context;
   const TalvoPKICert *certificate;
-  SignError code = SignError::outOfMemory;
+  uint32_t code = TALVO_SIGN_ERROR_OUT_OF_MEMORY;
 
   ElementWriter element(const talvo_ustring *name) const noexcept { return {doc, xadesNs, name}; }
 };
@@ -62,7 +61,7 @@ OwnedNode generateSigningTime(const Scope &scope) noexcept {
   return generateText(scope.doc, scope.xadesNs, g_xml_xades_signingtime, value.get());
 }
 
-OwnedNode certOf(Scope &scope, const TalvoPKICert *certificate, SignError failure) noexcept {
+OwnedNode certOf(Scope &scope, const TalvoPKICert *certificate, uint32_t failure) noexcept {
   OwnedNode cert = generateCertId(scope.doc, scope.ns, scope.xadesNs,
                                   scope.context.signingCertificateDigest, certificate);
   if (!cert) {
@@ -74,18 +73,18 @@ OwnedNode certOf(Scope &scope, const TalvoPKICert *certificate, SignError failur
 bool addPathCertificates(ElementWriter &certificates, Scope &scope) noexcept {
   const CertificatePath path(scope.certificate);
   if (!path) {
-    scope.code = SignError::signingCertificate;
+    scope.code = TALVO_SIGN_ERROR_SIGNING_CERTIFICATE;
     return false;
   }
   return path.forEachIssuer(scope.context.signingCertificateOption, [&](const TalvoPKICert *next) {
-    certificates.part(certOf(scope, next, SignError::pathCertificate));
+    certificates.part(certOf(scope, next, TALVO_SIGN_ERROR_PATH_CERTIFICATE));
     return static_cast<bool>(certificates);
   });
 }
 
 OwnedNode generateSigningCertificate(Scope &scope) noexcept {
   ElementWriter certificates = scope.element(g_xml_xades_signingcertificate);
-  certificates.open().part(certOf(scope, scope.certificate, SignError::signingCertificate));
+  certificates.open().part(certOf(scope, scope.certificate, TALVO_SIGN_ERROR_SIGNING_CERTIFICATE));
   const bool wantsPath = CertificatePath::isAskedFor(scope.context.signingCertificateOption);
   if (certificates && wantsPath && !addPathCertificates(certificates, scope)) {
     return nullptr;
@@ -157,7 +156,7 @@ OwnedNode generateQualifyingProperties(XmlDoc *doc, XmlNode *ns, const talvo_ust
                                        const SignedInfoCtx *context,
                                        const TalvoPKICert *certificate, uint32_t *error) noexcept {
   if (context == nullptr) {
-    return failNull(error, SignError::outOfMemory);
+    return failNull(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   const UString target = targetOf(signatureId);
   ElementWriter properties(doc, g_xml_xades_qualifyingproperties, g_xml_xadesv132_nsuri,
@@ -222,7 +221,7 @@ XmlNode *talvo_xml_xadesnode_qualifyingproperties_gen(XmlDoc *doc, XmlNode *ns,
     return nullptr;
   }
   XmlNode *handed = handOut(std::move(object));
-  return handed == nullptr ? failNull(error, SignError::outOfMemory) : handed;
+  return handed == nullptr ? failNull(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY) : handed;
 }
 
 XmlNode *talvo_xml_xadesnode_signingcertificate_cert_gen(XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs,

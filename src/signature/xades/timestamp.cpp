@@ -6,7 +6,6 @@
 #include "signature/generate/signed_info.h"
 #include "signature/record/record.h"
 #include "signature/vocabulary/algorithm.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "signature/xades/position.h"
 #include "signature/xades/properties.h"
@@ -95,38 +94,38 @@ bool writeProperty(const StampRun &run, OwnedNode method, Bytes token) noexcept 
 bool prepare(XmlNode *signatureElement, int32_t digestMethod, StampRun *run,
              uint32_t *error) noexcept {
   if (talvo_xml_signature_issignaturenode(signatureElement) != 1) {
-    return refuse(error, SignError::notASignature);
+    return refuse(error, TALVO_SIGN_ERROR_NOT_A_SIGNATURE);
   }
   if (!isStampable(run->c14nMethod)) {
-    return refuse(error, SignError::c14nMethod);
+    return refuse(error, TALVO_SIGN_ERROR_C14N_METHOD);
   }
   const DigestAlgorithm *digest = digestByNumber(digestMethod);
   if (digest == nullptr || digest->hash == 0) {
-    return refuse(error, SignError::digestMethod);
+    return refuse(error, TALVO_SIGN_ERROR_DIGEST_METHOD);
   }
   run->hashNumber = digest->hash;
   run->signatureValue = talvo_xml_node_findelemnode(
       signatureElement, g_xml_signature_signaturevalue, g_xml_signature_nsuri);
-  return run->signatureValue != nullptr || refuse(error, SignError::notASignature);
+  return run->signatureValue != nullptr || refuse(error, TALVO_SIGN_ERROR_NOT_A_SIGNATURE);
 }
 
 // Whatever can fail without the authority comes before it is asked.
 TimeStampObject addTimeStamp(const StampRun &run, uint32_t *error) noexcept {
   const Blob octets = canonicalValue(run.signatureValue, run.c14nMethod, run.prefixes);
   if (!octets) {
-    return failNull(error, SignError::canonicalization);
+    return failNull(error, TALVO_SIGN_ERROR_CANONICALIZATION);
   }
   OwnedNode method;
   if (!makeMethod(run, &method)) {
-    return failNull(error, SignError::failed);
+    return failNull(error, TALVO_SIGN_ERROR_FAILED);
   }
   TimeStampObject timeStamp = requestTimeStamp(run, bytesOf(octets.get()));
   const CryptoOctets token = octetsFrom(TalvoPKIMsgTimeStampGetTimeStampToken, timeStamp.get());
   if (!token) {
-    return failNull(error, SignError::timeStamp);
+    return failNull(error, TALVO_SIGN_ERROR_TIME_STAMP);
   }
   if (!writeProperty(run, std::move(method), token.view())) {
-    return failNull(error, SignError::failed);
+    return failNull(error, TALVO_SIGN_ERROR_FAILED);
   }
   return timeStamp;
 }
@@ -161,7 +160,7 @@ int32_t talvo_xml_signature_xades_addsignaturetimestamp(
     XmlNode *signatureElement, const talvo_ustring *id, int32_t c14nMethod,
     const talvo_arraylist *prefixes, const talvo_ustring *tsa, int32_t digestMethod,
     TalvoPKITimeStamp **timeStamp, uint32_t *error) noexcept {
-  return talvo::guardWithError(error, talvo::SignError::failed, [&] {
+  return talvo::guardWithError(error, TALVO_SIGN_ERROR_FAILED, [&] {
     talvo::StampRun run{id, c14nMethod, prefixes, tsa, nullptr, 0};
     if (!talvo::prepare(signatureElement, digestMethod, &run, error)) {
       return 0;

@@ -13,7 +13,6 @@
 
 #include "base/utf8.h"
 #include "crypto/handle.h"
-#include "signature/vocabulary/error.h"
 #include "transform/reference/file.h"
 #include "transform/reference/manifest_walk.h"
 #include "transform/reference/uri.h"
@@ -100,29 +99,29 @@ TransformData *newExternal(Bytes octets) noexcept {
 
 TransformData *fetchOrRefuse(const char *url, const Reach &reach, uint32_t *error) noexcept {
   return reach.mayUseNetwork() ? fetchhttp(url, error)
-                               : failNull(error, ReferenceError::networkRefused);
+                               : failNull(error, TALVO_VERIFY_ERROR_NETWORK_REFUSED);
 }
 
 TransformData *fromDocument(const Reach &reach, const Utf8 &uri, uint32_t *error) noexcept {
   if (reach.document == nullptr) {
-    return failNull(error, ReferenceError::missingArgument);
+    return failNull(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   if (uri.length() > 0) {
     return getxpointer(reach, uri.get(), error);
   }
   TransformData *data = getwholedoc(reach.document, 0);
-  return data != nullptr ? data : failNull(error, ReferenceError::outOfMemory);
+  return data != nullptr ? data : failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
 }
 
 TransformData *fromElsewhere(const Reach &reach, const Utf8 &uri, uint32_t *error) noexcept {
   if (hasFragment(uri.view())) {
-    return failNull(error, ReferenceError::unsupportedUri);
+    return failNull(error, TALVO_VERIFY_ERROR_UNSUPPORTED_URI);
   }
   if (isHttpUri(uri.view())) {
     return fetchOrRefuse(uri.get(), reach, error);
   }
   if (isAbsolute(uri.view())) {
-    return failNull(error, ReferenceError::unsupportedUri);
+    return failNull(error, TALVO_VERIFY_ERROR_UNSUPPORTED_URI);
   }
   TextBuffer base;
   bool isOfDocument = false;
@@ -134,10 +133,10 @@ TransformData *fromElsewhere(const Reach &reach, const Utf8 &uri, uint32_t *erro
 TransformData *dereference(const Reach &reach, const talvo_ustring *uri, uint32_t *error) noexcept {
   const Utf8 text(uri);
   if (!text) {
-    return failNull(error, ReferenceError::outOfMemory);
+    return failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   if (text.length() > kLongestUri) {
-    return failNull(error, ReferenceError::unsupportedUri);
+    return failNull(error, TALVO_VERIFY_ERROR_UNSUPPORTED_URI);
   }
   return text.length() == 0 || text.view().starts_with('#') ? fromDocument(reach, text, error)
                                                             : fromElsewhere(reach, text, error);
@@ -146,10 +145,10 @@ TransformData *dereference(const Reach &reach, const talvo_ustring *uri, uint32_
 // A copy of a base, or null with a code.
 TextBuffer copyBase(std::string_view base, uint32_t *error) noexcept {
   if (base.size() > kLongestUri) {
-    return failNull(error, ReferenceError::unsupportedUri);
+    return failNull(error, TALVO_VERIFY_ERROR_UNSUPPORTED_URI);
   }
   TextBuffer copy = copyText(kSource, base);
-  return copy != nullptr ? std::move(copy) : failNull(error, ReferenceError::outOfMemory);
+  return copy != nullptr ? std::move(copy) : failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
 }
 
 }  // namespace
@@ -163,11 +162,11 @@ bool findBase(const Reach &reach, TextBuffer *base, bool *isOfDocument, uint32_t
   }
   if (reach.basePath == nullptr) {
     base->reset(GetCurrentDir());
-    return *base != nullptr || refuse(error, ReferenceError::digestFailed);
+    return *base != nullptr || refuse(error, TALVO_VERIFY_ERROR_INVALID_REFERENCE);
   }
   const Utf8 path(reach.basePath);
   if (!path) {
-    return refuse(error, ReferenceError::outOfMemory);
+    return refuse(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   *base = copyBase(path.view(), error);
   return *base != nullptr;
@@ -189,9 +188,9 @@ using namespace talvo;
 
 int32_t talvo_xml_siganture_uri2input(const Reach &reach, const talvo_ustring *uri,
                                       TransformData **data, uint32_t *error) noexcept {
-  return guardWithError(error, ReferenceError::outOfMemory, [&]() -> int32_t {
+  return guardWithError(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY, [&]() -> int32_t {
     if (uri == nullptr || data == nullptr) {
-      return fail(error, ReferenceError::missingArgument);
+      return fail(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
     }
     *data = dereference(reach, uri, error);
     return *data == nullptr ? 0 : 1;
@@ -205,29 +204,29 @@ TransformData *getwholedoc(XmlDoc *document, int32_t withComments) noexcept {
 TransformData *getxpointer(const Reach &reach, const char *uri, uint32_t *error) noexcept {
   FragmentTarget target;
   if (!readFragment(uri, &target)) {
-    return failNull(error, ReferenceError::unsupportedUri);
+    return failNull(error, TALVO_VERIFY_ERROR_UNSUPPORTED_URI);
   }
   if (target.isWhole) {
     TransformData *data = getwholedoc(reach.document, 1);
-    return data != nullptr ? data : failNull(error, ReferenceError::outOfMemory);
+    return data != nullptr ? data : failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   const UString id = makeString(target.id);
-  return id == nullptr ? failNull(error, ReferenceError::outOfMemory)
+  return id == nullptr ? failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY)
                        : getxpointerid(reach, id.get(), target.withComments ? 1 : 0, error);
 }
 
 TransformData *getxpointerid(const Reach &reach, const talvo_ustring *id, int32_t withComments,
                              uint32_t *error) noexcept {
   if (!Utf8(id)) {
-    return failNull(error, ReferenceError::outOfMemory);
+    return failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   XmlNode *target = talvo_xml_getidelemnode(reach.document, id);
   if (kindOf(target) != NodeKind::element) {
-    return failNull(error, ReferenceError::notFound);
+    return failNull(error, TALVO_VERIFY_ERROR_NOT_FOUND);
   }
   TransformInput data(newSubtree(reach.document, target, withComments));
   if (data == nullptr) {
-    return failNull(error, ReferenceError::outOfMemory);
+    return failNull(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   const bool isFollowed =
       reach.followsManifests() && talvo_xml_signature_ismanifestnode(target) == 1;
@@ -238,18 +237,19 @@ TransformData *getdatafromrelpath(const char *base, const char *uri, const Reach
                                   uint32_t *error) noexcept {
   if (isHttpUri(base)) {
     if (!reach.mayUseNetwork()) {
-      return failNull(error, ReferenceError::networkRefused);
+      return failNull(error, TALVO_VERIFY_ERROR_NETWORK_REFUSED);
     }
     const TextBuffer url = joinUri(uri, base);
     const bool isPlain = url != nullptr && !hasFragment(url.get());
-    return isPlain ? fetchhttp(url.get(), error) : failNull(error, ReferenceError::unsupportedUri);
+    return isPlain ? fetchhttp(url.get(), error)
+                   : failNull(error, TALVO_VERIFY_ERROR_UNSUPPORTED_URI);
   }
   const TextBuffer path = filePathFrom(base, uri);
   if (path == nullptr) {
-    return failNull(error, ReferenceError::unsupportedUri);
+    return failNull(error, TALVO_VERIFY_ERROR_UNSUPPORTED_URI);
   }
   TransformData *data = getdatafromfile(path.get());
-  return data != nullptr ? data : failNull(error, ReferenceError::notFound);
+  return data != nullptr ? data : failNull(error, TALVO_VERIFY_ERROR_NOT_FOUND);
 }
 
 TransformData *getdatafromfile(const char *path) noexcept {
@@ -267,10 +267,10 @@ TransformData *fetchhttp(const char *url, uint32_t *error) noexcept {
   const bool isAnswered = TalvoPKICryptoHttpGet(url, &bytes, &length, &status) == 1;
   const CryptoBytes body(bytes);
   if (!isAnswered || status != kHttpOk) {
-    return failNull(error, ReferenceError::notFound);
+    return failNull(error, TALVO_VERIFY_ERROR_NOT_FOUND);
   }
   TransformData *data = newExternal({body.get(), length});
-  return data != nullptr ? data : failNull(error, ReferenceError::notFound);
+  return data != nullptr ? data : failNull(error, TALVO_VERIFY_ERROR_NOT_FOUND);
 }
 
 char *GetCurrentDir() noexcept {

@@ -1,5 +1,5 @@
 // From the URI of a reference to its data: parts of the same document, files, and, where that is
-// allowed, the network. Codes are those of ReferenceError.
+// allowed, the network. Codes are those of the verifying family.
 #pragma once
 
 #include "talvo_xml.h"

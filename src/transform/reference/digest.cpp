@@ -11,7 +11,6 @@
 #include "base/list.h"
 #include "base/utf8.h"
 #include "signature/vocabulary/algorithm.h"
-#include "signature/vocabulary/error.h"
 #include "transform/reference/transform_lookup.h"
 
 namespace talvo {
@@ -66,14 +65,14 @@ bool runSteps(OctetSink &sink, TransformInput data, const talvo_arraylist *trans
     }
     if (i + 1 == steps.size()) {
       return writeLastStep(sink, *data, function, block) ||
-             refuse(error, ReferenceError::transformFailed);
+             refuse(error, TALVO_VERIFY_ERROR_TRANSFORM_FAILED);
     }
     data.reset(function(data.get(), 0, block));
     if (data == nullptr) {
-      return refuse(error, ReferenceError::transformFailed);
+      return refuse(error, TALVO_VERIFY_ERROR_TRANSFORM_FAILED);
     }
   }
-  return writeResult(sink, *data) || refuse(error, ReferenceError::canonicalization);
+  return writeResult(sink, *data) || refuse(error, TALVO_VERIFY_ERROR_TRANSFORM_FAILED);
 }
 
 template <class Step>
@@ -81,24 +80,24 @@ bool digestThrough(TransformInput data, const talvo_arraylist *transforms,
                    TransformFunc (*lookUp)(const Step *, void **, uint32_t *), int32_t digestId,
                    Digest *digest, uint32_t *error) noexcept {
   if (data == nullptr) {
-    return refuse(error, ReferenceError::missingArgument);
+    return refuse(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   HashSink sink(digestId);
   if (!runSteps(sink, std::move(data), transforms, lookUp, error)) {
     return false;
   }
   if (!sink.isSupported()) {
-    return refuse(error, ReferenceError::digestMethod);
+    return refuse(error, TALVO_VERIFY_ERROR_DIGEST_METHOD);
   }
-  return sink.finish(digest) || refuse(error, ReferenceError::hashFailed);
+  return sink.finish(digest) || refuse(error, TALVO_VERIFY_ERROR_NOT_A_REFERENCE);
 }
 
 // The digest of octets: 1, or -1 with 12 or `failure`.
-int32_t digestOctets(int32_t digestId, Bytes octets, Digest *digest, ReferenceError failure,
+int32_t digestOctets(int32_t digestId, Bytes octets, Digest *digest, uint32_t failure,
                      uint32_t *error) noexcept {
   HashSink sink(digestId);
   if (!sink.isSupported()) {
-    fail(error, ReferenceError::digestMethod);
+    fail(error, TALVO_VERIFY_ERROR_DIGEST_METHOD);
     return -1;
   }
   if (!sink.write(octets) || !sink.finish(digest)) {
@@ -148,10 +147,12 @@ bool verifyReferenceData(TransformInput data, const talvo_arraylist *transforms,
   Digest digest;
   uint32_t code = 0;
   if (!digestReferenceData(std::move(data), transforms, digestId, &digest, &code)) {
-    const bool isHashFailure = code == static_cast<uint32_t>(ReferenceError::hashFailed);
-    return refuse(error, isHashFailure ? static_cast<uint32_t>(ReferenceError::mismatch) : code);
+    const bool isHashFailure = code == TALVO_VERIFY_ERROR_NOT_A_REFERENCE;
+    return isHashFailure ? refuse(error, TALVO_VERIFY_ERROR_INVALID_REFERENCE)
+                         : refuse(error, code);
   }
-  return equalOctets(digest.view(), expected) || refuse(error, ReferenceError::mismatch);
+  return equalOctets(digest.view(), expected) ||
+         refuse(error, TALVO_VERIFY_ERROR_INVALID_REFERENCE);
 }
 
 bool equalOctets(Bytes first, Bytes second) noexcept {
@@ -176,7 +177,7 @@ int32_t calchash(int32_t digestId, const void *bytes, size_t length, uint8_t *di
                  uint32_t *error) noexcept {
   Digest result;
   if (digest == nullptr || digestOctets(digestId, bytesAt(bytes, length), &result,
-                                        ReferenceError::hashFailed, error) != 1) {
+                                        TALVO_VERIFY_ERROR_NOT_A_REFERENCE, error) != 1) {
     return -1;
   }
   std::memcpy(digest, result.bytes.data(), result.length);
@@ -192,19 +193,19 @@ int32_t calcdigestvalue(int32_t digestId, TransformData *data, talvo_ustring **t
     return 0;
   }
   *text = digestText(digest).release();
-  return *text != nullptr ? 1 : fail(error, ReferenceError::outOfMemory);
+  return *text != nullptr ? 1 : fail(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
 }
 
 int32_t verifyhash(int32_t digestId, const void *bytes, size_t length, const void *expected,
                    size_t expectedLength, uint32_t *error) noexcept {
   Digest digest;
-  if (digestOctets(digestId, bytesAt(bytes, length), &digest, ReferenceError::mismatch, error) !=
-      1) {
+  if (digestOctets(digestId, bytesAt(bytes, length), &digest, TALVO_VERIFY_ERROR_INVALID_REFERENCE,
+                   error) != 1) {
     return -1;
   }
   return equalOctets(digest.view(), bytesAt(expected, expectedLength))
              ? 1
-             : fail(error, ReferenceError::mismatch);
+             : fail(error, TALVO_VERIFY_ERROR_INVALID_REFERENCE);
 }
 
 int32_t verifyoutputhash(int32_t digestId, TransformData *data, const void *expected,

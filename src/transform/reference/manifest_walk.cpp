@@ -6,7 +6,6 @@
 #include "base/boundary.h"
 #include "base/list.h"
 #include "signature/decode/reference.h"
-#include "signature/vocabulary/error.h"
 #include "transform/reference/reference_check.h"
 
 namespace talvo {
@@ -26,7 +25,7 @@ bool ManifestWalk::verify(XmlNode *manifest, const Reach &reach, uint32_t *error
       mayOpen ? talvo_xml_decode_signature_manifest(manifest, findEnclosingSignature(manifest))
               : nullptr);
   if (!decoded) {
-    return refuse(error, ReferenceError::manifest);
+    return refuse(error, TALVO_VERIFY_ERROR_MANIFEST);
   }
   open_.push_back(manifest);
   Reach inner = reach;
@@ -43,7 +42,7 @@ bool ManifestWalk::verify(XmlNode *manifest, const Reach &reach, uint32_t *error
 }
 
 bool verifyManifest(XmlNode *manifest, const Reach &reach, uint32_t *error) noexcept {
-  return guardWithError(error, ReferenceError::outOfMemory, [&] {
+  return guardWithError(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY, [&] {
     if (reach.manifests != nullptr) {
       return reach.manifests->verify(manifest, reach, error);
     }

@@ -12,7 +12,7 @@ namespace talvo {
 // it, and none may lead back to itself.
 class ManifestWalk {
  public:
-  // Whether the Manifest and its references hold; the codes are those of ReferenceError. May throw
+  // Whether the Manifest and its references hold; the codes are those of verifying. May throw
   // when memory is exhausted.
   bool verify(XmlNode *manifest, const Reach &reach, uint32_t *error);
 

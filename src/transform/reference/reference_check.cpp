@@ -4,7 +4,6 @@
 
 #include "base/boundary.h"
 #include "signature/vocabulary/algorithm.h"
-#include "signature/vocabulary/error.h"
 #include "transform/reference/dereference.h"
 #include "transform/reference/digest.h"
 #include "transform/reference/uri.h"
@@ -16,7 +15,7 @@ namespace {
 int32_t checkExternalData(const Reference &reference, Bytes external, Bytes expected,
                           uint32_t *error) noexcept {
   if (external.empty()) {
-    return fail(error, VerifyError::missingArgument);
+    return fail(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   return verifyhash(reference.digestMethod->algorithmId, external.data(), external.size(),
                     expected.data(), expected.size(), error);
@@ -33,13 +32,14 @@ int32_t checkReferencedData(const Reference &reference, const Reach &reach, Byte
                            reference.digestMethod->algorithmId, &digest, error)) {
     return 0;
   }
-  return equalOctets(digest.view(), expected) ? 1 : fail(error, VerifyError::invalidReference);
+  return equalOctets(digest.view(), expected) ? 1
+                                              : fail(error, TALVO_VERIFY_ERROR_INVALID_REFERENCE);
 }
 
 int32_t checkReference(const Reference *reference, const Reach &reach, Bytes external,
                        uint32_t *error) noexcept {
   if (reference == nullptr) {
-    return fail(error, VerifyError::missingArgument);
+    return fail(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   const Bytes expected = bytesOf(reference->digestValue->value.get());
   if (!reference->uri) {
@@ -47,7 +47,7 @@ int32_t checkReference(const Reference *reference, const Reach &reach, Bytes ext
   }
   const DigestAlgorithm *method = digestByNumber(reference->digestMethod->algorithmId);
   if (method == nullptr || method->length == 0 || method->length != expected.size()) {
-    return fail(error, VerifyError::invalidReference);
+    return fail(error, TALVO_VERIFY_ERROR_INVALID_REFERENCE);
   }
   if (!reference->transforms && isOctstreamUri(reference->uri.get()) == 1) {
     return verifyOctstreamUriHash(reach, method->number, reference->uri.get(), expected, error);
@@ -62,6 +62,6 @@ using namespace talvo;
 
 int32_t talvo_xml_signature_iverifyref(const Reference *reference, const Reach &reach,
                                        Bytes external, uint32_t *error) noexcept {
-  return guardWithError(error, VerifyError::outOfMemory,
+  return guardWithError(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY,
                         [&] { return checkReference(reference, reach, external, error); });
 }

@@ -2,7 +2,6 @@
 #include "transform/reference/reference_digest.h"
 
 #include "base/boundary.h"
-#include "signature/vocabulary/error.h"
 #include "transform/reference/dereference.h"
 #include "transform/reference/digest.h"
 #include "transform/reference/uri.h"
@@ -10,28 +9,35 @@
 namespace talvo {
 namespace {
 
-// Dereferencing has codes of its own; the signing family keeps four of them and renames one.
-void translateDereferenceError(uint32_t *error) noexcept {
-  switch (static_cast<ReferenceError>(*error)) {
-    case ReferenceError::outOfMemory:
-    case ReferenceError::unsupportedUri:
-    case ReferenceError::notFound:
-    case ReferenceError::missingArgument:
-      return;
-    case ReferenceError::networkRefused:
-      fail(error, SignError::networkRefused);
-      return;
-    default:
-      fail(error, SignError::failed);
+struct Translation {
+  uint32_t dereferencing;
+  uint32_t signing;
+};
+
+constexpr Translation kTranslations[] = {
+    {TALVO_VERIFY_ERROR_OUT_OF_MEMORY, TALVO_SIGN_ERROR_OUT_OF_MEMORY},
+    {TALVO_VERIFY_ERROR_UNSUPPORTED_URI, TALVO_SIGN_ERROR_UNSUPPORTED_URI},
+    {TALVO_VERIFY_ERROR_NOT_FOUND, TALVO_SIGN_ERROR_NOT_FOUND},
+    {TALVO_VERIFY_ERROR_MISSING_ARGUMENT, TALVO_SIGN_ERROR_MISSING_ARGUMENT},
+    {TALVO_VERIFY_ERROR_NETWORK_REFUSED, TALVO_SIGN_ERROR_NETWORK_REFUSED},
+};
+
+// The one place where a code of the verifying family becomes one of the signing family. What the
+// digest behind it can say keeps its number.
+uint32_t translated(uint32_t error) noexcept {
+  for (const Translation &row : kTranslations) {
+    if (row.dereferencing == error) {
+      return row.signing;
+    }
   }
+  return TALVO_SIGN_ERROR_FAILED;
 }
 
 // Null with an error when the URI cannot be dereferenced.
 TransformInput dereference(const Reach &reach, const talvo_ustring *uri, uint32_t *error) noexcept {
   TransformData *data = nullptr;
   if (talvo_xml_siganture_uri2input(reach, uri, &data, error) != 1) {
-    translateDereferenceError(error);
-    return nullptr;
+    return failNull(error, translated(*error));
   }
   return TransformInput(data);
 }
@@ -57,7 +63,7 @@ UString digestData(DigestFunction function, TransformInput data, const List &tra
   }
   UString text = digestText(digest);
   if (!text) {
-    return failNull(error, SignError::outOfMemory);
+    return failNull(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   return text;
 }
@@ -66,7 +72,7 @@ TransformInput suppliedContent(const ReferenceCtx &context, uint32_t *error) noe
   const Bytes content = bytesOf(context.content.get());
   TransformInput data(talvo_xml_transform_newocts(content.data(), content.size(), 0));
   if (!data) {
-    return failNull(error, SignError::outOfMemory);
+    return failNull(error, TALVO_SIGN_ERROR_OUT_OF_MEMORY);
   }
   return data;
 }

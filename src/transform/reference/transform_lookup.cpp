@@ -9,7 +9,6 @@
 #include "base/memory.h"
 #include "signature/decode/transform_params.h"
 #include "signature/vocabulary/algorithm.h"
-#include "signature/vocabulary/error.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "transform/canonical/prefix_list.h"
 #include "xml/node.h"
@@ -46,7 +45,7 @@ TransformFunc functionOf(int32_t number) noexcept {
 bool hold(XmlNode *element, void **parameter, uint32_t *error) noexcept {
   void *block = talvo_malloc(sizeof(XmlNode *), kSource, __LINE__);
   if (block == nullptr) {
-    return refuse(error, ReferenceError::outOfMemory);
+    return refuse(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   *static_cast<XmlNode **>(block) = element;
   *parameter = block;
@@ -73,7 +72,7 @@ bool makeParameter(const Transform &transform, int32_t number, void **parameter,
   }
   if (number == TALVO_TRANSFORM_XPATH) {
     XmlNode *xpath = xpathElementOf(transform.element);
-    return xpath == nullptr ? refuse(error, ReferenceError::xpathElement)
+    return xpath == nullptr ? refuse(error, TALVO_VERIFY_ERROR_XPATH_ELEMENT)
                             : hold(xpath, parameter, error);
   }
   return number != TALVO_TRANSFORM_ENVELOPED || hold(transform.signatureElement, parameter, error);
@@ -84,7 +83,7 @@ bool makeParameter(const TransformCtx &context, void **parameter, uint32_t *erro
     // Deliberate: a context for exclusive canonicalisation can be made without a prefix list but
     // not run.
     *parameter = getexcc14nparam2(context.prefixes.get());
-    return *parameter != nullptr || refuse(error, ReferenceError::outOfMemory);
+    return *parameter != nullptr || refuse(error, TALVO_VERIFY_ERROR_OUT_OF_MEMORY);
   }
   if (context.algorithm == TALVO_TRANSFORM_XPATH) {
     return hold(context.xpathElement, parameter, error);
@@ -112,13 +111,13 @@ TransformFunc talvo_xml_transformnode2func(const Transform *transform, void **pa
     return nullptr;
   }
   if (transform == nullptr || parameter == nullptr) {
-    return failNull(error, ReferenceError::missingArgument);
+    return failNull(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   *parameter = nullptr;
   const int32_t number = numberOf(transformByUri(transform->algorithm.get()));
   const TransformFunc function = functionOf(number);
   if (function == nullptr) {
-    return failNull(error, ReferenceError::unknownTransform);
+    return failNull(error, TALVO_VERIFY_ERROR_UNKNOWN_TRANSFORM);
   }
   return makeParameter(*transform, number, parameter, error) ? function : nullptr;
 }
@@ -129,12 +128,12 @@ TransformFunc talvo_xml_transformctx2func(const TransformCtx *transform, void **
     return nullptr;
   }
   if (transform == nullptr || parameter == nullptr) {
-    return failNull(error, ReferenceError::missingArgument);
+    return failNull(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   *parameter = nullptr;
   const TransformFunc function = functionOf(transform->algorithm);
   if (function == nullptr) {
-    return failNull(error, ReferenceError::unknownTransform);
+    return failNull(error, TALVO_VERIFY_ERROR_UNKNOWN_TRANSFORM);
   }
   return makeParameter(*transform, parameter, error) ? function : nullptr;
 }

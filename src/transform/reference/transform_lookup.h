@@ -17,7 +17,7 @@ int32_t c14nMethodOf(TransformFunc function) noexcept;
 extern "C" {
 
 // The function of a decoded transform, and of a transform that is to be signed, with a new
-// parameter block. Null with a code of ReferenceError.
+// parameter block. Null with a code of the verifying family.
 TransformFunc talvo_xml_transformnode2func(const talvo::Transform *transform, void **parameter,
                                            uint32_t *error) noexcept;
 TransformFunc talvo_xml_transformctx2func(const TransformCtx *transform, void **parameter,

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "base/utf8.h"
-#include "signature/vocabulary/error.h"
 #include "support/sample_signature.h"
 
 namespace talvo::test {

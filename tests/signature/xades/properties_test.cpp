@@ -2,7 +2,6 @@
 
 #include <ctime>
 
-#include "signature/vocabulary/error.h"
 #include "support/every_allocation_fails.h"
 #include "support/keys.h"
 #include "support/signature_namespace.h"
