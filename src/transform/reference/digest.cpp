@@ -39,8 +39,15 @@ bool writeResult(OctetSink &sink, const TransformData &data) noexcept {
                                 : canonicalizeInto(sink, data.nodes.get(), kDefaultC14n, nullptr);
 }
 
+// A filter that was just appended draws on the budget.
+void setBudget(TransformData *data, XPathBudget *budget) noexcept {
+  if (data != nullptr && data->nodes != nullptr) {
+    data->nodes->budget = budget;
+  }
+}
+
 bool writeLastStep(OctetSink &sink, const TransformData &data, TransformFunc function,
-                   void *parameter) noexcept {
+                   void *parameter, XPathBudget *budget) noexcept {
   const int32_t method = c14nMethodOf(function);
   if (method != 0) {
     return canonicalizeData(sink, data, method, static_cast<char **>(parameter));
@@ -49,12 +56,13 @@ bool writeLastStep(OctetSink &sink, const TransformData &data, TransformFunc fun
     return decodeBase64Into(sink, data);
   }
   const TransformInput result(function(&data, 0, parameter));
+  setBudget(result.get(), budget);
   return result != nullptr && writeResult(sink, *result);
 }
 
 template <class Step>
 bool runSteps(OctetSink &sink, TransformInput data, const talvo_arraylist *transforms,
-              TransformFunc (*lookUp)(const Step *, void **, uint32_t *),
+              TransformFunc (*lookUp)(const Step *, void **, uint32_t *), XPathBudget *budget,
               uint32_t *error) noexcept {
   const auto steps = items<const Step>(transforms);
   for (int32_t i = 0; i < steps.size(); ++i) {
@@ -65,10 +73,11 @@ bool runSteps(OctetSink &sink, TransformInput data, const talvo_arraylist *trans
       return false;
     }
     if (i + 1 == steps.size()) {
-      return writeLastStep(sink, *data, function, block) ||
+      return writeLastStep(sink, *data, function, block, budget) ||
              refuse(error, ReferenceError::transformFailed);
     }
     data.reset(function(data.get(), 0, block));
+    setBudget(data.get(), budget);
     if (data == nullptr) {
       return refuse(error, ReferenceError::transformFailed);
     }
@@ -84,7 +93,7 @@ bool digestThrough(TransformInput data, const talvo_arraylist *transforms,
     return refuse(error, ReferenceError::missingArgument);
   }
   HashSink sink(digestId);
-  if (!runSteps(sink, std::move(data), transforms, lookUp, error)) {
+  if (!runSteps(sink, std::move(data), transforms, lookUp, nullptr, error)) {
     return false;
   }
   if (!sink.isSupported()) {
@@ -135,6 +144,15 @@ bool digestReferenceData(TransformInput data, const talvo_arraylist *transforms,
                          Digest *digest, uint32_t *error) noexcept {
   return digestThrough<Transform>(std::move(data), transforms, talvo_xml_transformnode2func,
                                   digestId, digest, error);
+}
+
+bool writeReferenceData(OctetSink &sink, TransformInput data, const talvo_arraylist *transforms,
+                        XPathBudget *budget, uint32_t *error) noexcept {
+  if (data == nullptr) {
+    return refuse(error, ReferenceError::missingArgument);
+  }
+  return runSteps<Transform>(sink, std::move(data), transforms, talvo_xml_transformnode2func,
+                             budget, error);
 }
 
 bool digestContextData(TransformInput data, const talvo_arraylist *transforms, int32_t digestId,
