@@ -1642,6 +1642,11 @@ TALVO_API XmlNode *talvo_xml_report_getuncovered(const talvo_xml_report *report,
                                                  int32_t index) TALVO_NOEXCEPT;
 /* talvo_xml_report_getjson returns the whole report as a new JSON value, or NULL. */
 TALVO_API talvo_json *talvo_xml_report_getjson(const talvo_xml_report *report) TALVO_NOEXCEPT;
+/* talvo_xml_report_gethtml returns the report as one self-contained page, for a person: the verdict,
+ * the signers, and the document with what is signed and what is not told apart. `title` names the
+ * document (may be NULL). A new string of HTML in which nothing of the document is markup, or NULL. */
+TALVO_API talvo_ustring *talvo_xml_report_gethtml(const talvo_xml_report *report,
+                                                  const talvo_ustring *title) TALVO_NOEXCEPT;
 
 /* talvo_xml_errortext returns the borrowed sentence for a code of an error word, or NULL for one that
  * the family does not have. `family` is 1 for signing and properties, 2 for verifying and references. */
