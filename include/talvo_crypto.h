@@ -37,6 +37,7 @@ typedef struct TalvoPKICert TalvoPKICert;
 typedef struct TalvoPKIKeyPair TalvoPKIKeyPair;
 typedef struct TalvoPKIPublicKey TalvoPKIPublicKey;
 typedef struct TalvoPKITimeStamp TalvoPKITimeStamp;
+typedef struct TalvoPKITrust TalvoPKITrust;
 
 /* ---- algorithms ---- */
 
@@ -181,6 +182,16 @@ TALVO_API TalvoPKIPublicKey *TalvoPKICryptoDupPublicKey(TalvoPKIPublicKey *key) 
 TALVO_API void TalvoPKICryptoFreePublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 /* TalvoPKICryptoGetPublicKeyType returns the key type; TALVO_KEY_TYPE_OTHER for NULL. */
 TALVO_API int32_t TalvoPKICryptoGetPublicKeyType(const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
+/* TalvoPKICryptoGetPublicKeyBits returns the size of a key: of the modulus for RSA, of P for DSA, of
+ * the field for elliptic curves; -1 for NULL. */
+TALVO_API int32_t TalvoPKICryptoGetPublicKeyBits(const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
+/* TalvoPKICryptoEqualPublicKey returns 1 when both are the same key, else 0. */
+TALVO_API int32_t TalvoPKICryptoEqualPublicKey(const TalvoPKIPublicKey *first,
+                                               const TalvoPKIPublicKey *second) TALVO_NOEXCEPT;
+/* TalvoPKICryptoReadPublicKey returns a new public key read from SubjectPublicKeyInfo, as DER or as
+ * PEM ("BEGIN PUBLIC KEY", the first one in the text counts); NULL for anything else. */
+TALVO_API TalvoPKIPublicKey *TalvoPKICryptoReadPublicKey(const void *bytes,
+                                                         size_t length) TALVO_NOEXCEPT;
 /* TalvoPKICryptoEncodeRSAPubKey hands out the PKCS #1 RSAPublicKey DER of two unsigned big-endian
  * numbers. */
 TALVO_API int32_t TalvoPKICryptoEncodeRSAPubKey(const uint8_t *modulus, size_t modulusLength,
@@ -337,6 +348,90 @@ TALVO_API int32_t TalvoPKICertGetCertPath(const TalvoPKICert *cert, TalvoPKICert
                                           int32_t *count) TALVO_NOEXCEPT;
 /* TalvoPKICertFreeCertPath releases a path with its certificates. NULL is ignored. */
 TALVO_API void TalvoPKICertFreeCertPath(TalvoPKICert **path, int32_t count) TALVO_NOEXCEPT;
+
+/* TalvoPKICertMatchIssuerSerial returns 1 when the DER of an IssuerSerial (RFC 5035: general names of
+ * the issuer and a serial number) names this certificate: one of the names is exactly its issuer,
+ * compared as RFC 5280 asks, and the number is its serial number. Else 0. */
+TALVO_API int32_t TalvoPKICertMatchIssuerSerial(const TalvoPKICert *cert, const uint8_t *der,
+                                                size_t length) TALVO_NOEXCEPT;
+
+/* ---- trust ----
+ *
+ * A trust object holds whom its owner believes, and answers for one certificate after another. It is
+ * filled first; while nobody adds to it, it may be asked by several threads at once. */
+
+/* What a certificate is added as. */
+enum {
+  TALVO_TRUST_ANCHOR = 1,       /* paths may end here; it need not be self-signed */
+  TALVO_TRUST_INTERMEDIATE = 2, /* paths may lead through it; nobody believes it by itself */
+  TALVO_TRUST_PIN = 3           /* exactly this certificate is believed as a signer */
+};
+/* Rules, with the value of a new object in brackets. */
+enum {
+  TALVO_TRUST_RULE_MIN_RSA_BITS = 1, /* of every certificate on the path (0) */
+  TALVO_TRUST_RULE_MIN_DSA_BITS = 2,
+  TALVO_TRUST_RULE_MIN_EC_BITS = 3,
+  TALVO_TRUST_RULE_ALLOW_SHA1 = 4, /* in signatures of certificates on the path (1) */
+  TALVO_TRUST_RULE_KEY_USAGE = 5,  /* whether the signer needs a usage that is for documents (0) */
+  TALVO_TRUST_RULE_REVOCATION = 6, /* one of the three below (none) */
+  TALVO_TRUST_RULE_PIN_IGNORES_DATES = 7
+};
+enum {
+  TALVO_REVOCATION_NONE = 0,
+  TALVO_REVOCATION_IF_AVAILABLE = 1, /* by the CRLs that there are */
+  TALVO_REVOCATION_REQUIRED = 2      /* by a usable CRL for every certificate but anchors */
+};
+/* Findings, added up. */
+enum {
+  TALVO_TRUST_UNTRUSTED = 1, /* neither pinned nor with a path to an anchor */
+  TALVO_TRUST_EXPIRED = 2,
+  TALVO_TRUST_NOT_YET_VALID = 4,
+  TALVO_TRUST_REVOKED = 8,
+  TALVO_TRUST_REVOCATION_UNKNOWN = 16,
+  TALVO_TRUST_KEY_USAGE = 32,
+  TALVO_TRUST_WEAK_KEY = 64,
+  TALVO_TRUST_WEAK_DIGEST = 128,
+  TALVO_TRUST_CARRIED_CRL_UNUSABLE = 256, /* no reason to refuse by itself, like those below */
+  TALVO_TRUST_PINNED = 512,
+  TALVO_TRUST_ANCHORED = 1024
+};
+
+/* TalvoPKITrustNew returns a new object that believes nobody, or NULL. */
+TALVO_API TalvoPKITrust *TalvoPKITrustNew(void) TALVO_NOEXCEPT;
+/* TalvoPKITrustFree releases an object. NULL is ignored. */
+TALVO_API void TalvoPKITrustFree(TalvoPKITrust *trust) TALVO_NOEXCEPT;
+/* TalvoPKITrustAddCert adds a certificate in the given role. Its companions are not added. */
+TALVO_API int32_t TalvoPKITrustAddCert(TalvoPKITrust *trust, int32_t role,
+                                       const TalvoPKICert *cert) TALVO_NOEXCEPT;
+/* TalvoPKITrustAddKey pins a public key: every certificate with this key is believed. */
+TALVO_API int32_t TalvoPKITrustAddKey(TalvoPKITrust *trust, TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
+/* TalvoPKITrustAddCrl adds a CRL that the caller vouches for having given. Its signature is checked
+ * when it is used. */
+TALVO_API int32_t TalvoPKITrustAddCrl(TalvoPKITrust *trust, const talvo_crl *crl) TALVO_NOEXCEPT;
+/* TalvoPKITrustSetTime sets the time that paths are judged for; NULL is the time of each question. */
+TALVO_API int32_t TalvoPKITrustSetTime(TalvoPKITrust *trust, const talvo_time *time) TALVO_NOEXCEPT;
+/* TalvoPKITrustSetRule sets a rule; 0 for an unknown rule and a value that it does not take. */
+TALVO_API int32_t TalvoPKITrustSetRule(TalvoPKITrust *trust, int32_t rule,
+                                       int32_t value) TALVO_NOEXCEPT;
+/* TalvoPKITrustHasKey returns 1 when the key is pinned, or is that of a pinned certificate. */
+TALVO_API int32_t TalvoPKITrustHasKey(const TalvoPKITrust *trust,
+                                      const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
+/* TalvoPKITrustJudge judges one certificate. `certificates` (TalvoPKICert, may be NULL) are others that
+ * paths may lead through; `crls` (talvo_crl, may be NULL) came with the certificate: they can revoke,
+ * and make a status known, but one of them that cannot be used refuses nothing. A CRL counts for the
+ * certificates of its issuer when that signed it and may sign CRLs, its next update is not past, and
+ * it is neither a delta nor an indirect CRL; a revocation counts when its date is not after the time of
+ * the question. A CRL of the object that cannot be used for a certificate that it is about makes its
+ * status unknown, unless another one can be used.
+ *
+ * Returns 1 when the certificate is believed and nothing in `findings` refuses it, 0 when it is not, and
+ * -1 with nothing written when it could not be judged. `findings` receives the sum of what was found,
+ * `chain` (optional) a new list that owns certificates, the judged one first: the path to the anchor
+ * where there is one. */
+TALVO_API int32_t TalvoPKITrustJudge(const TalvoPKITrust *trust, const TalvoPKICert *cert,
+                                     const talvo_arraylist *certificates,
+                                     const talvo_arraylist *crls, uint32_t *findings,
+                                     talvo_arraylist **chain) TALVO_NOEXCEPT;
 
 /* ---- HTTP ---- */
 

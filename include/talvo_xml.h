@@ -49,6 +49,8 @@ typedef struct ObjectCtx ObjectCtx;
 typedef struct SignaturePropCtx SignaturePropCtx;
 typedef struct SignatureKey SignatureKey;
 typedef struct CertId CertId;
+typedef struct TalvoXmlPolicy talvo_xml_policy;
+typedef struct TalvoXmlReport talvo_xml_report;
 
 /* ---- algorithms and options ---- */
 
@@ -1433,6 +1435,222 @@ TALVO_API int32_t talvo_xml_signature_verifyref_ex(XmlNode *referenceElement, ui
  */
 TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const void *externalData,
                                                 size_t length, uint32_t *error) TALVO_NOEXCEPT;
+
+/* ---- verifying by a policy ----
+ *
+ * The functions above say whether the arithmetic of signatures holds. Those below answer what whoever
+ * acts on a document wants to know: did somebody whom I trust sign what I am about to act on? A policy
+ * says what is demanded; docs/policy.md describes each of its members and the names of all reasons.
+ *
+ * A policy is filled by one thread; while nobody changes it, several threads may verify by it at once.
+ */
+enum {
+  TALVO_XML_POLICY_PLAIN = 0, /* the arithmetic alone */
+  TALVO_XML_POLICY_STANDARD =
+      1,                      /* the whole document, signed by all signers, each of them trusted */
+  TALVO_XML_POLICY_STRICT = 2 /* the same, drawn tighter */
+};
+/* What a certificate, key or CRL is given to a policy for. */
+enum {
+  TALVO_XML_POLICY_ANCHOR = 1,           /* whoever it vouches for is trusted */
+  TALVO_XML_POLICY_INTERMEDIATE = 2,     /* paths may lead through it */
+  TALVO_XML_POLICY_PIN = 3,              /* exactly this signer is trusted */
+  TALVO_XML_POLICY_CRL = 4,              /* a CRL; only for talvo_xml_policy_addbundle */
+  TALVO_XML_POLICY_TIMESTAMP_ANCHOR = 5, /* time-stamps are believed by it, not by the anchors */
+  TALVO_XML_POLICY_EXPECTED = 6,         /* one of these has to be among the signers */
+  TALVO_XML_POLICY_CANDIDATE = 7         /* may hold the key of a signature that brings none */
+};
+enum {
+  TALVO_XML_VERDICT_VALID = 1,
+  TALVO_XML_VERDICT_REFUSED = 2, /* the arithmetic holds, but policy or trust refuses */
+  TALVO_XML_VERDICT_INVALID = 3
+};
+/* Of a reference: what is known of its digest. */
+enum {
+  TALVO_XML_REFERENCE_VALID = 1,
+  TALVO_XML_REFERENCE_INVALID = 2,
+  TALVO_XML_REFERENCE_UNAVAILABLE = 3,
+  TALVO_XML_REFERENCE_REFUSED = 4,
+  TALVO_XML_REFERENCE_NOT_EXAMINED = 5
+};
+/* Where the key of a signature came from. */
+enum {
+  TALVO_XML_KEY_NONE = 0,
+  TALVO_XML_KEY_CERTIFICATE = 1, /* a certificate of the signature, or one that was added */
+  TALVO_XML_KEY_VALUE = 2,       /* a bare key in the signature */
+  TALVO_XML_KEY_PINNED = 3,      /* a pinned key or certificate that the signature does not bring */
+  TALVO_XML_KEY_SECRET = 4       /* the secret of an HMAC */
+};
+
+/* A resolver answers what a reference outside of its document names: 1 with a new blob, which the
+ * library releases, or 0. It is asked instead of files and network. */
+typedef int32_t (*talvo_xml_resolver)(void *userData, const talvo_ustring *uri,
+                                      talvo_data_blob **octets);
+
+/* talvo_xml_policy_new returns a new policy with the rules of a preset, which trusts nobody yet. NULL
+ * for another number. */
+TALVO_API talvo_xml_policy *talvo_xml_policy_new(uint32_t preset) TALVO_NOEXCEPT;
+/* talvo_xml_policy_fromjson returns a new policy of a JSON object (docs/policy.md). Paths in it start
+ * at `folder` (NULL: the current directory). NULL when it is no object, a member is unknown or has a
+ * value that it does not take, or a file cannot be used; `problem` (may be NULL) then receives a new
+ * string that names the member, or NULL when memory is exhausted. */
+TALVO_API talvo_xml_policy *talvo_xml_policy_fromjson(const talvo_json *json,
+                                                      const talvo_ustring *folder,
+                                                      talvo_ustring **problem) TALVO_NOEXCEPT;
+/* talvo_xml_policy_dup adds a reference and returns its argument. */
+TALVO_API talvo_xml_policy *talvo_xml_policy_dup(talvo_xml_policy *policy) TALVO_NOEXCEPT;
+/* talvo_xml_policy_free drops a reference. NULL is ignored. */
+TALVO_API void talvo_xml_policy_free(talvo_xml_policy *policy) TALVO_NOEXCEPT;
+/* talvo_xml_policy_getpreset returns the number of the preset; (uint32_t)-1 for NULL. */
+TALVO_API uint32_t talvo_xml_policy_getpreset(const talvo_xml_policy *policy) TALVO_NOEXCEPT;
+/* talvo_xml_policy_setmember sets the member that has this name in JSON, all of them but "preset".
+ * Lists of certificates and CRLs are added to; other members are replaced. 1, or 0 with a problem as
+ * above; certificates that stood before the one that cannot be used stay added. */
+TALVO_API int32_t talvo_xml_policy_setmember(talvo_xml_policy *policy, const char *name,
+                                             const talvo_json *value, const talvo_ustring *folder,
+                                             talvo_ustring **problem) TALVO_NOEXCEPT;
+/* talvo_xml_policy_addcert, _addkey and _addcrl give the policy a certificate in a role, a pinned
+ * public key, a CRL. They are copied. 1 or 0. */
+TALVO_API int32_t talvo_xml_policy_addcert(talvo_xml_policy *policy, uint32_t role,
+                                           const TalvoPKICert *certificate) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_policy_addkey(talvo_xml_policy *policy,
+                                          TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_policy_addcrl(talvo_xml_policy *policy,
+                                          const talvo_crl *crl) TALVO_NOEXCEPT;
+/* talvo_xml_policy_addbundle gives the policy everything in a PEM text, or one certificate, CRL or, as
+ * a pin, public key in DER. 0 when there is nothing in it or anything in it is not for this role; what
+ * stood before that stays added. */
+TALVO_API int32_t talvo_xml_policy_addbundle(talvo_xml_policy *policy, uint32_t role,
+                                             const void *bytes, size_t length) TALVO_NOEXCEPT;
+/* talvo_xml_policy_settime sets the time of verification; NULL for the time of each call. */
+TALVO_API int32_t talvo_xml_policy_settime(talvo_xml_policy *policy,
+                                           const talvo_time *time) TALVO_NOEXCEPT;
+/* talvo_xml_policy_sethmackey sets the secret of HMAC signatures. Whoever knows it is trusted. */
+TALVO_API int32_t talvo_xml_policy_sethmackey(talvo_xml_policy *policy, const void *key,
+                                              size_t length) TALVO_NOEXCEPT;
+/* talvo_xml_policy_setdomainparam sets P, Q and G for DSA key values that leave them out. */
+TALVO_API int32_t talvo_xml_policy_setdomainparam(talvo_xml_policy *policy,
+                                                  const talvo_biginteger *p,
+                                                  const talvo_biginteger *q,
+                                                  const talvo_biginteger *g) TALVO_NOEXCEPT;
+/* talvo_xml_policy_setresolver sets a resolver, or takes it away (NULL). */
+TALVO_API int32_t talvo_xml_policy_setresolver(talvo_xml_policy *policy,
+                                               talvo_xml_resolver resolver,
+                                               void *userData) TALVO_NOEXCEPT;
+/* talvo_xml_policy_addnamespace binds a prefix for the XPath expressions of "cover"; those in scope at
+ * the root element are bound anyway. */
+TALVO_API int32_t talvo_xml_policy_addnamespace(talvo_xml_policy *policy,
+                                                const talvo_ustring *prefix,
+                                                const talvo_ustring *uri) TALVO_NOEXCEPT;
+/* talvo_xml_policy_keepoctets says whether reports keep the octets that references digest: not by
+ * default, since they are as large as what is signed. */
+TALVO_API int32_t talvo_xml_policy_keepoctets(talvo_xml_policy *policy,
+                                              int32_t keep) TALVO_NOEXCEPT;
+
+/* talvo_xml_signature_verify_policy verifies every signature of a document by a policy. It never stops
+ * at the first failure, looks at nothing outside of the document before the signer is trusted, and
+ * answers 1 exactly when the verdict is valid. `basePath`, `externalData` and `length` are those of
+ * talvo_xml_signature_verify_ex. `report` (may be NULL) receives a new report in both cases, released
+ * with talvo_xml_report_free; it borrows from the document, which must outlive it and stay unchanged.
+ * 0 with `error`: for an invalid document the code that the plain functions have for the first failure,
+ * for a refused one 0; 3 and no report when memory is exhausted, 6 and no report for a missing argument.
+ * The document is not changed, but the Ids of its signatures are declared. */
+TALVO_API int32_t talvo_xml_signature_verify_policy(XmlDoc *doc, const talvo_xml_policy *policy,
+                                                    const talvo_ustring *basePath,
+                                                    const void *externalData, size_t length,
+                                                    talvo_xml_report **report,
+                                                    uint32_t *error) TALVO_NOEXCEPT;
+
+/* talvo_xml_report_free releases a report. NULL is ignored. */
+TALVO_API void talvo_xml_report_free(talvo_xml_report *report) TALVO_NOEXCEPT;
+/* talvo_xml_report_getverdict returns a TALVO_XML_VERDICT_; 0 for NULL. */
+TALVO_API int32_t talvo_xml_report_getverdict(const talvo_xml_report *report) TALVO_NOEXCEPT;
+/* talvo_xml_report_geterror returns the code that the verification handed out. */
+TALVO_API uint32_t talvo_xml_report_geterror(const talvo_xml_report *report) TALVO_NOEXCEPT;
+/* Reasons, which are none when the verdict is valid, and warnings: how many; the borrowed stable name
+ * of one; a new string with its sentence and its place; the index of the signature that it is about, -1
+ * for the document. NULL and -1 for an index out of range. */
+TALVO_API int32_t talvo_xml_report_getreasoncount(const talvo_xml_report *report) TALVO_NOEXCEPT;
+TALVO_API const char *talvo_xml_report_getreasonname(const talvo_xml_report *report,
+                                                     int32_t index) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_report_getreasontext(const talvo_xml_report *report,
+                                                        int32_t index) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_report_getreasonsignature(const talvo_xml_report *report,
+                                                      int32_t index) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_report_getwarningcount(const talvo_xml_report *report) TALVO_NOEXCEPT;
+TALVO_API const char *talvo_xml_report_getwarningname(const talvo_xml_report *report,
+                                                      int32_t index) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_report_getwarningtext(const talvo_xml_report *report,
+                                                         int32_t index) TALVO_NOEXCEPT;
+/* Signatures in document order: how many were examined (-1 for NULL); and of one its borrowed element,
+ * its path and its Id as new strings, its method (-1: unknown), its verdict, whether its signer is
+ * trusted (1 or 0), the source of its key, the certificate of its signer as a new handle, and the path
+ * of certificates as it was built, the signer first, as a new list that owns them. NULL, -1 or 0 for
+ * what there is not. */
+TALVO_API int32_t talvo_xml_report_getsignaturecount(const talvo_xml_report *report) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_report_getsignaturenode(const talvo_xml_report *report,
+                                                     int32_t signature) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_report_getsignaturepath(const talvo_xml_report *report,
+                                                           int32_t signature) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_report_getsignatureid(const talvo_xml_report *report,
+                                                         int32_t signature) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_report_getsignaturemethod(const talvo_xml_report *report,
+                                                      int32_t signature) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_report_getsignatureverdict(const talvo_xml_report *report,
+                                                       int32_t signature) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_report_istrusted(const talvo_xml_report *report,
+                                             int32_t signature) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_report_getkeysource(const talvo_xml_report *report,
+                                                int32_t signature) TALVO_NOEXCEPT;
+TALVO_API TalvoPKICert *talvo_xml_report_getcertificate(const talvo_xml_report *report,
+                                                        int32_t signature) TALVO_NOEXCEPT;
+TALVO_API talvo_arraylist *talvo_xml_report_getchain(const talvo_xml_report *report,
+                                                     int32_t signature) TALVO_NOEXCEPT;
+/* References of a signature, those of a Manifest that was followed right behind the one that leads to
+ * it: how many; the URI as a new string (NULL without); a TALVO_XML_REFERENCE_; the expected and the
+ * computed digest as new blobs (NULL where there is none); how many octets were digested (-1 when none
+ * were); and the octets, when the policy keeps them. */
+TALVO_API int32_t talvo_xml_report_getreferencecount(const talvo_xml_report *report,
+                                                     int32_t signature) TALVO_NOEXCEPT;
+TALVO_API talvo_ustring *talvo_xml_report_getreferenceuri(const talvo_xml_report *report,
+                                                          int32_t signature,
+                                                          int32_t reference) TALVO_NOEXCEPT;
+TALVO_API int32_t talvo_xml_report_getreferenceverdict(const talvo_xml_report *report,
+                                                       int32_t signature,
+                                                       int32_t reference) TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_report_getexpecteddigest(const talvo_xml_report *report,
+                                                              int32_t signature,
+                                                              int32_t reference) TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_report_getcomputeddigest(const talvo_xml_report *report,
+                                                              int32_t signature,
+                                                              int32_t reference) TALVO_NOEXCEPT;
+TALVO_API int64_t talvo_xml_report_getdigestedlength(const talvo_xml_report *report,
+                                                     int32_t signature,
+                                                     int32_t reference) TALVO_NOEXCEPT;
+TALVO_API talvo_data_blob *talvo_xml_report_getdigestedoctets(const talvo_xml_report *report,
+                                                              int32_t signature,
+                                                              int32_t reference) TALVO_NOEXCEPT;
+/* talvo_xml_report_iscovered returns 1 when a node of the document and everything in it is covered by
+ * valid signatures, with the exceptions that the policy's cover "root" makes (docs/policy.md), else 0.
+ * Signatures count whose own verdict is valid, whatever that of the document is. */
+TALVO_API int32_t talvo_xml_report_iscovered(const talvo_xml_report *report,
+                                             XmlNode *node) TALVO_NOEXCEPT;
+/* The topmost nodes that are not covered, at most 100 of them, as borrowed nodes. They are looked for
+ * when the policy asks for the root. */
+TALVO_API int32_t talvo_xml_report_getuncoveredcount(const talvo_xml_report *report) TALVO_NOEXCEPT;
+TALVO_API XmlNode *talvo_xml_report_getuncovered(const talvo_xml_report *report,
+                                                 int32_t index) TALVO_NOEXCEPT;
+/* talvo_xml_report_getjson returns the whole report as a new JSON value, or NULL. */
+TALVO_API talvo_json *talvo_xml_report_getjson(const talvo_xml_report *report) TALVO_NOEXCEPT;
+/* talvo_xml_report_gethtml returns the report as one self-contained page, for a person: the verdict,
+ * the signers, and the document with what is signed and what is not told apart. `title` names the
+ * document (may be NULL). A new string of HTML in which nothing of the document is markup, or NULL. */
+TALVO_API talvo_ustring *talvo_xml_report_gethtml(const talvo_xml_report *report,
+                                                  const talvo_ustring *title) TALVO_NOEXCEPT;
+
+/* talvo_xml_errortext returns the borrowed sentence for a code of an error word, or NULL for one that
+ * the family does not have. `family` is 1 for signing and properties, 2 for verifying and references. */
+TALVO_API const char *talvo_xml_errortext(uint32_t family, uint32_t code) TALVO_NOEXCEPT;
 
 /* ---- canonicalisation and URIs ----
  *

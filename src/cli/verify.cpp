@@ -25,6 +25,9 @@ struct VerifyOptions {
   bool allowNetwork = false;
   bool followManifests = false;
   size_t processes = 1;
+  std::string report = "text";
+  std::string output;
+  PolicyOptions policy;
   std::vector<std::string> files;
 };
 
@@ -45,6 +48,14 @@ void declare(CLI::App &command, VerifyOptions &options) {
   command.add_option("--data", options.data, "The content of the reference without URI")
       ->type_name("FILE");
   command.add_flag("--json", options.json, "One JSON object a line");
+  declarePolicy(command, options.policy);
+  command
+      .add_option("--report", options.report,
+                  "text, json (as --json), or html: a page to look at, of one file")
+      ->type_name("FORM")
+      ->check(CLI::IsMember({"text", "json", "html"}));
+  command.add_option("-o,--output", options.output, "Write the report to this file")
+      ->type_name("OUT");
   command.add_flag("--allow-network", options.allowNetwork,
                    "Let references be fetched by http and https");
   command.add_flag("--follow-manifests", options.followManifests,
@@ -125,13 +136,58 @@ Check readData(const VerifyOptions &options, VerifySetting &setting) {
   return std::nullopt;
 }
 
+// What concerns keys and references goes into the policy, where there is one.
+Check fillPolicy(talvo_xml_policy *policy, const VerifySetting &setting) {
+  for (const Certificate &certificate : setting.certificates) {
+    if (talvo_xml_policy_addcert(policy, TALVO_XML_POLICY_CANDIDATE, certificate.get()) != 1) {
+      return failed("out of memory");
+    }
+  }
+  if (!setting.hmacKey.empty()) {
+    talvo_xml_policy_sethmackey(policy, setting.hmacKey.data(), setting.hmacKey.size());
+  }
+  if (setting.p != nullptr) {
+    talvo_xml_policy_setdomainparam(policy, setting.p.get(), setting.q.get(), setting.g.get());
+  }
+  if (setting.allowNetwork) {
+    if (Check problem =
+            setMember(policy, "network", Json(talvo_json_newboolean(1)), "--allow-network")) {
+      return problem;
+    }
+  }
+  constexpr std::string_view kFollow = "follow";
+  return setting.followManifests
+             ? setMember(policy, "manifests",
+                         Json(talvo_json_newstring(kFollow.data(), kFollow.size())),
+                         "--follow-manifests")
+             : std::nullopt;
+}
+
+Check readPolicy(const VerifyOptions &options, VerifySetting &setting) {
+  Result<Policy> policy = makePolicy(options.policy);
+  if (!policy) {
+    return policy.failure();
+  }
+  if (setting.html && options.files.size() > 1) {
+    return badInput("--report html: a page is about one file");
+  }
+  if (setting.html && *policy == nullptr) {
+    return badInput("--policy plain judges nothing, so there is no page about it");
+  }
+  setting.policyName = options.policy.policy;
+  setting.trustsAnybody = !options.policy.trust.empty() || !options.policy.pins.empty();
+  setting.policy = std::move(*policy);
+  return setting.policy == nullptr ? std::nullopt : fillPolicy(setting.policy.get(), setting);
+}
+
 Check readSetting(const VerifyOptions &options, VerifySetting &setting) {
   setting.basePath = options.basePath;
   setting.idAttribute = options.idAttribute;
   setting.allowNetwork = options.allowNetwork;
   setting.followManifests = options.followManifests;
-  setting.json = options.json;
-  for (const auto read : {readCertificates, readHmacKey, readDsaParameters, readData}) {
+  setting.json = options.json || options.report == "json";
+  setting.html = !setting.json && options.report == "html";
+  for (const auto read : {readCertificates, readHmacKey, readDsaParameters, readData, readPolicy}) {
     if (Check problem = read(options, setting)) {
       return problem;
     }
@@ -149,13 +205,34 @@ ExitStatus worse(ExitStatus first, ExitStatus second) {
   return ExitStatus::done;
 }
 
-void print(const FileVerdict &verdict) {
-  if (!verdict.problem.empty()) {
-    report({verdict.status, verdict.problem});
+// Collects what goes to a file; anything else is written as it comes.
+class Output {
+ public:
+  explicit Output(std::string path) : path_(std::move(path)) {}
+
+  void print(const FileVerdict &verdict) {
+    if (!verdict.problem.empty()) {
+      report({verdict.status, verdict.problem});
+    }
+    if (!path_.empty() && path_ != "-") {
+      collected_ += verdict.output;
+      return;
+    }
+    std::fwrite(verdict.output.data(), 1, verdict.output.size(), stdout);
+    std::fflush(stdout);
   }
-  std::fwrite(verdict.output.data(), 1, verdict.output.size(), stdout);
-  std::fflush(stdout);
-}
+  Check finish() {
+    if (!path_.empty() && path_ != "-") {
+      return writeFile(path_, collected_);
+    }
+    return std::ferror(stdout) != 0 ? Check(failed("standard output: cannot be written"))
+                                    : std::nullopt;
+  }
+
+ private:
+  std::string path_;
+  std::string collected_;
+};
 
 ExitStatus verifyFiles(const VerifyOptions &options) {
   VerifySetting setting;
@@ -164,6 +241,7 @@ ExitStatus verifyFiles(const VerifyOptions &options) {
   }
   ExitStatus worst = ExitStatus::done;
   Progress progress(options.files.size());
+  Output output(options.output);
   runInOrder(
       options.files.size(), options.processes,
       [&](size_t index) { return verifyFile(options.files[index], setting); },
@@ -174,12 +252,12 @@ ExitStatus verifyFiles(const VerifyOptions &options) {
       },
       [&](size_t index, const FileVerdict &verdict) {
         progress.clear();
-        print(verdict);
+        output.print(verdict);
         worst = worse(worst, verdict.status);
         progress.show(index + 1);
       });
-  if (std::ferror(stdout) != 0) {
-    return report(failed("standard output: cannot be written"));
+  if (const Check problem = output.finish()) {
+    return report(*problem);
   }
   return worst;
 }

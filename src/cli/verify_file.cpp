@@ -7,6 +7,7 @@
 #include "cli/describe.h"
 #include "cli/document.h"
 #include "cli/error_text.h"
+#include "cli/judge_file.h"
 #include "cli/list.h"
 #include "cli/node_path.h"
 #include "cli/select.h"
@@ -162,12 +163,17 @@ FileVerdict withoutVerdict(const std::string &path, const VerifySetting &setting
     JsonObject record;
     record.text("file", path).flag("valid", false).null("error").text("message", failure.message);
     record.member("signatures", JsonArray().json());
+    record.text("verdict", "unreadable").text("policy", setting.policyName);
+    record.member("reasons", JsonArray().json());
     verdict.output = jsonLine(record.json()) + "\n";
   }
   return verdict;
 }
 
 FileVerdict verifyFile(const std::string &path, const VerifySetting &setting) {
+  if (setting.policy != nullptr) {
+    return judgeFile(path, setting);
+  }
   const Result<LoadedDocument> loaded = loadDocument(path);
   if (!loaded) {
     return withoutVerdict(path, setting, loaded.failure());
@@ -191,6 +197,8 @@ FileVerdict verifyFile(const std::string &path, const VerifySetting &setting) {
   record.text("file", path);
   addVerdict(record, error);
   record.member("signatures", signatures.json());
+  record.text("verdict", error == 0 ? "valid" : "invalid").text("policy", setting.policyName);
+  record.member("reasons", JsonArray().json());
   verdict.output = jsonLine(record.json()) + "\n";
   return verdict;
 }

@@ -8,6 +8,7 @@
 #include "cli/file.h"
 #include "cli/handle.h"
 #include "cli/result.h"
+#include "cli/verify_policy.h"
 
 namespace talvo::cli {
 
@@ -24,6 +25,10 @@ struct VerifySetting {
   bool allowNetwork = false;
   bool followManifests = false;
   bool json = false;
+  bool html = false;
+  Policy policy;  // null: the arithmetic alone
+  std::string policyName;
+  bool trustsAnybody = false;
 };
 
 struct FileVerdict {

@@ -30,6 +30,13 @@ enum class SetKind : uint32_t {
   xpathFilter = 5,
 };
 
+// How much work the XPath filters of one owner may still do, counted in the steps of libxml2's
+// evaluator. One filter is asked for every node, so the sum over all of them counts.
+struct XPathBudget {
+  uint64_t left = 0;
+  bool isExhausted = false;
+};
+
 }  // namespace talvo
 
 // Internal to nodeset.cpp, selection.cpp and nodeset_xpath.cpp.
@@ -40,8 +47,9 @@ struct NodeSet {
   XmlNode *node = nullptr;          // the listed node; null selects everything
   XmlNode *xpathElement = nullptr;  // what here() answers
   talvo::UString expression;
-  talvo::OwnedXPathFilter filter;  // made at the first question
-  bool hasFailed = false;          // an answer was wrong because memory was exhausted
+  talvo::OwnedXPathFilter filter;        // made at the first question
+  talvo::XPathBudget *budget = nullptr;  // borrowed; null for none
+  bool hasFailed = false;                // an answer was wrong because memory was exhausted
   uint32_t refCount = 1;
   NodeSet *next = nullptr;
   NodeSet *previous = nullptr;  // holds a reference

@@ -136,17 +136,20 @@ class XPathFilter {
  private:
   bool findWay(const NodeSet &rule);
   bool evaluate(xmlNode *node) noexcept;
+  bool evaluateWithin(XPathBudget &budget, xmlNode *node) noexcept;
 
   Recognised recognised_ = Recognised::nothing;
   const xmlNode *top_ = nullptr;
   xmlDoc *document_ = nullptr;
   XPathContext context_;
   XPathExpression expression_;
+  XPathBudget *budget_ = nullptr;
   bool hasFailed_ = false;
 };
 
 void XPathFilter::prepare(const NodeSet &rule) noexcept {
   document_ = nativeDoc(rule.document);
+  budget_ = rule.budget;
   context_.reset(xmlXPathNewContext(nullptr));
   // The objects of one evaluation serve the next one.
   hasFailed_ = context_ == nullptr || xmlXPathContextSetCache(context_.get(), 1, -1, 0) != 0 ||
@@ -189,7 +192,7 @@ bool XPathFilter::passes(xmlNode *node) noexcept {
     case Recognised::notTheSubtree:
       return !isWithin(node, [this](const xmlNode *element) { return element == top_; });
     case Recognised::no:
-      return evaluate(node);
+      return budget_ == nullptr ? evaluate(node) : evaluateWithin(*budget_, node);
     default:
       return false;
   }
@@ -205,6 +208,23 @@ bool XPathFilter::evaluate(xmlNode *node) noexcept {
   const int answer = xmlXPathCompiledEvalToBoolean(expression_.get(), context_.get());
   hasFailed_ = hasFailed_ || context_->lastError.code == XML_ERR_NO_MEMORY;
   return answer == 1;  // -1 for an evaluation that failed
+}
+
+// What is left of a budget limits each evaluation, so that one that never ends is stopped too. A filter
+// that ran out has failed: what it selects is not known.
+bool XPathFilter::evaluateWithin(XPathBudget &budget, xmlNode *node) noexcept {
+  if (budget.left == 0 || budget.isExhausted) {
+    budget.isExhausted = hasFailed_ = true;
+    return false;
+  }
+  context_->opLimit = budget.left;
+  context_->opCount = 0;
+  const bool isKept = evaluate(node);
+  const uint64_t used = context_->opCount + 1;
+  budget.left -= std::min(used, budget.left);
+  budget.isExhausted = budget.left == 0;
+  hasFailed_ = hasFailed_ || budget.isExhausted;
+  return isKept && !budget.isExhausted;
 }
 
 void freeXPathFilter(XPathFilter *filter) noexcept {

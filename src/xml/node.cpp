@@ -202,6 +202,16 @@ XmlNode *precedingNode(const XmlNode *node) noexcept {
   return hasRelatives(node) ? handleOf(native(node)->prev) : nullptr;
 }
 
+bool isIdAttribute(const XmlNode *attribute) noexcept {
+  return kindOf(attribute) == NodeKind::attribute &&
+         nativeAttr(attribute)->atype == XML_ATTRIBUTE_ID;
+}
+
+bool hasDocumentType(const XmlDoc *doc) noexcept {
+  return kindOf(doc) == NodeKind::document &&
+         (nativeDoc(doc)->intSubset != nullptr || nativeDoc(doc)->extSubset != nullptr);
+}
+
 bool isAtOrBelow(const XmlNode *node, const XmlNode *ancestor) noexcept {
   if (node == nullptr || kindOf(node) == NodeKind::namespaceDeclaration) {
     return node == ancestor;

@@ -2,9 +2,12 @@
 // of a signature, so they compare libxml2's bytes with the strings in place.
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "talvo_xml.h"
+
+#include "base/handle.h"
 
 namespace talvo {
 
@@ -44,6 +47,21 @@ XmlNode *lastChild(const XmlNode *node) noexcept;
 // The immediate neighbours of any kind, no text run skipped.
 XmlNode *followingNode(const XmlNode *node) noexcept;
 XmlNode *precedingNode(const XmlNode *node) noexcept;
+
+struct PrefixBinding {
+  const char *prefix;
+  const char *uri;
+};
+// What an XPath expression selects, in document order and without namespace nodes; the bindings come
+// before the prefixes in scope at the node. Null when it is no expression for nodes, or memory is
+// exhausted.
+List selectXPath(XmlNode *node, const char *expression,
+                 std::span<const PrefixBinding> bindings) noexcept;
+
+// Whether an attribute is declared as an ID.
+bool isIdAttribute(const XmlNode *attribute) noexcept;
+// Whether the document has a document type, read or not.
+bool hasDocumentType(const XmlDoc *doc) noexcept;
 
 // Whether `node` is `ancestor` or lies anywhere below it.
 bool isAtOrBelow(const XmlNode *node, const XmlNode *ancestor) noexcept;

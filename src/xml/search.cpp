@@ -1,5 +1,7 @@
 // Finding elements and attributes by name. The walk uses the public navigation, so that what that
 // does not reach is not found: content behind an unresolved entity reference, for one.
+#include <algorithm>
+
 #include <libxml/xpathInternals.h>
 
 #include "base/boundary.h"
@@ -75,7 +77,14 @@ bool appendSelected(xmlNodeSet *selected, talvo_arraylist *list) noexcept {
   return true;
 }
 
-bool appendXPath(XmlNode *node, const char *expression, talvo_arraylist *list) noexcept {
+bool bind(xmlXPathContext *context, std::span<const PrefixBinding> bindings) noexcept {
+  return std::all_of(bindings.begin(), bindings.end(), [context](const PrefixBinding &binding) {
+    return xmlXPathRegisterNs(context, xmlText(binding.prefix), xmlText(binding.uri)) == 0;
+  });
+}
+
+bool appendXPath(XmlNode *node, const char *expression, std::span<const PrefixBinding> bindings,
+                 talvo_arraylist *list) noexcept {
   MemoryWatch watch;
   const XPathContext context(xmlXPathNewContext(native(node)->doc));
   if (!context) {
@@ -83,6 +92,9 @@ bool appendXPath(XmlNode *node, const char *expression, talvo_arraylist *list) n
   }
   watch.follow(context.get());
   context->node = native(node);
+  if (!bind(context.get(), bindings)) {
+    return false;
+  }
   registerPrefixesInScope(context.get(), node);
   const XPathObject result(xmlXPathEvalExpression(xmlText(expression), context.get()));
   return result && !watch.exhausted() && result->type == XPATH_NODESET &&
@@ -90,6 +102,13 @@ bool appendXPath(XmlNode *node, const char *expression, talvo_arraylist *list) n
 }
 
 }  // namespace
+
+List selectXPath(XmlNode *node, const char *expression,
+                 std::span<const PrefixBinding> bindings) noexcept {
+  List found(talvo_arraylist_new(nullptr, nullptr));
+  return found && appendXPath(node, expression, bindings, found.get()) ? std::move(found) : nullptr;
+}
+
 }  // namespace talvo
 
 using namespace talvo;
@@ -170,7 +189,7 @@ int32_t talvo_xml_node_findxpath(XmlNode *node, const talvo_ustring *expression,
     return 0;
   }
   List found(talvo_arraylist_new(nullptr, nullptr));
-  if (!found || !appendXPath(node, text.get(), found.get())) {
+  if (!found || !appendXPath(node, text.get(), {}, found.get())) {
     return 0;
   }
   *list = found.release();

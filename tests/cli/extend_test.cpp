@@ -20,7 +20,7 @@ class ExtendTest : public ProgramTest {
     return arguments;
   }
   void expectShown(const char *pattern) const {
-    expectRow({"verify", {"verify", "o.xml"}, 0, pattern, "^$"});
+    expectRow({"verify", {"verify", "--policy", "plain", "o.xml"}, 0, pattern, "^$"});
     expectRow({"inspect", {"inspect", "o.xml"}, 0, pattern, "^$"});
   }
 };
@@ -51,7 +51,8 @@ TEST_F(ExtendTest, StampOfAnotherValueIsShownAsInvalid) {
   const TimeStampAuthority authority;
   ASSERT_EQ(run(extend({"timestamp", "--tsa", authority.url()})).status, 0);
   replaceIn("o.xml", "<ds:SignatureValue Id=\"V\">", "<ds:SignatureValue Id=\"W\">");
-  expectRow({"verify", {"verify", "o.xml"}, 0, "time stamp 1:\n +valid: no", "^$"});
+  expectRow(
+      {"verify", {"verify", "--policy", "plain", "o.xml"}, 0, "time stamp 1:\n +valid: no", "^$"});
 }
 
 TEST_F(ExtendTest, CertificatesAndRevocationListsAreAddedAndShown) {
@@ -92,7 +93,11 @@ TEST_F(ExtendTest, CountersignatureIsAddedVerifiedAndShown) {
   ASSERT_EQ(outcome.status, 0) << outcome.errors;
   expectShown("counter signature 1:\n +Id: CS\n +valid: yes\n +signer:\n +subject: CN=Second");
   replaceIn("o.xml", "<ds:SignatureValue Id=\"V\">", "<ds:SignatureValue Id=\"W\">");
-  expectRow({"moved", {"verify", "o.xml"}, 1, "counter signature 1:\n +Id: CS\n +valid: no", "^$"});
+  expectRow({"moved",
+             {"verify", "--policy", "plain", "o.xml"},
+             1,
+             "counter signature 1:\n +Id: CS\n +valid: no",
+             "^$"});
 }
 
 TEST_F(ExtendTest, ChoiceOfTheSignature) {

@@ -38,7 +38,7 @@ TEST_F(UsageTest, RepeatableOptionsLeaveTheDocumentsAlone) {
   write("d1.xml", "<a/>");
   write("d2.xml", "<b/>");
   expectRow({"two documents",
-             {"verify", "--cert", "a.der", "d1.xml", "d2.xml"},
+             {"verify", "--policy", "plain", "--cert", "a.der", "d1.xml", "d2.xml"},
              1,
              "^d1.xml: invalid: error 16: [^\n]*\nd2.xml: invalid: error 16: [^\n]*\n$",
              "^$"});

@@ -36,4 +36,4 @@ cmake --build "$work/cmake" >>"$work/cmake.log"
 try "$work/cmake/sign_verify"
 
 # The installed program finds its libraries by itself, wherever the tree lies.
-"$prefix/bin/talvo-xml" verify "$work/signed.xml"
+"$prefix/bin/talvo-xml" verify --policy plain "$work/signed.xml"

@@ -38,8 +38,15 @@ bool writeResult(OctetSink &sink, const TransformData &data) noexcept {
                                 : canonicalizeInto(sink, data.nodes.get(), kDefaultC14n, nullptr);
 }
 
+// A filter that was just appended draws on the budget.
+void setBudget(TransformData *data, XPathBudget *budget) noexcept {
+  if (data != nullptr && data->nodes != nullptr) {
+    data->nodes->budget = budget;
+  }
+}
+
 bool writeLastStep(OctetSink &sink, const TransformData &data, TransformFunc function,
-                   void *parameter) noexcept {
+                   void *parameter, XPathBudget *budget) noexcept {
   const int32_t method = c14nMethodOf(function);
   if (method != 0) {
     return canonicalizeData(sink, data, method, static_cast<char **>(parameter));
@@ -48,12 +55,13 @@ bool writeLastStep(OctetSink &sink, const TransformData &data, TransformFunc fun
     return decodeBase64Into(sink, data);
   }
   const TransformInput result(function(&data, 0, parameter));
+  setBudget(result.get(), budget);
   return result != nullptr && writeResult(sink, *result);
 }
 
 template <class Step>
 bool runSteps(OctetSink &sink, TransformInput data, const talvo_arraylist *transforms,
-              TransformFunc (*lookUp)(const Step *, void **, uint32_t *),
+              TransformFunc (*lookUp)(const Step *, void **, uint32_t *), XPathBudget *budget,
               uint32_t *error) noexcept {
   const auto steps = items<const Step>(transforms);
   for (int32_t i = 0; i < steps.size(); ++i) {
@@ -64,10 +72,11 @@ bool runSteps(OctetSink &sink, TransformInput data, const talvo_arraylist *trans
       return false;
     }
     if (i + 1 == steps.size()) {
-      return writeLastStep(sink, *data, function, block) ||
+      return writeLastStep(sink, *data, function, block, budget) ||
              refuse(error, TALVO_VERIFY_ERROR_TRANSFORM_FAILED);
     }
     data.reset(function(data.get(), 0, block));
+    setBudget(data.get(), budget);
     if (data == nullptr) {
       return refuse(error, TALVO_VERIFY_ERROR_TRANSFORM_FAILED);
     }
@@ -83,7 +92,7 @@ bool digestThrough(TransformInput data, const talvo_arraylist *transforms,
     return refuse(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
   }
   HashSink sink(digestId);
-  if (!runSteps(sink, std::move(data), transforms, lookUp, error)) {
+  if (!runSteps(sink, std::move(data), transforms, lookUp, nullptr, error)) {
     return false;
   }
   if (!sink.isSupported()) {
@@ -134,6 +143,15 @@ bool digestReferenceData(TransformInput data, const talvo_arraylist *transforms,
                          Digest *digest, uint32_t *error) noexcept {
   return digestThrough<Transform>(std::move(data), transforms, talvo_xml_transformnode2func,
                                   digestId, digest, error);
+}
+
+bool writeReferenceData(OctetSink &sink, TransformInput data, const talvo_arraylist *transforms,
+                        XPathBudget *budget, uint32_t *error) noexcept {
+  if (data == nullptr) {
+    return refuse(error, TALVO_VERIFY_ERROR_MISSING_ARGUMENT);
+  }
+  return runSteps<Transform>(sink, std::move(data), transforms, talvo_xml_transformnode2func,
+                             budget, error);
 }
 
 bool digestContextData(TransformInput data, const talvo_arraylist *transforms, int32_t digestId,

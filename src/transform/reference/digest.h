@@ -41,6 +41,10 @@ class HashSink final : public OctetSink {
 // be computed, 19 when the hash fails.
 bool digestReferenceData(TransformInput data, const talvo_arraylist *transforms, int32_t digestId,
                          Digest *digest, uint32_t *error) noexcept;
+// The octets that a reference digests, written into a sink; its XPath filters draw on the budget
+// (null: none). 13 also when the budget is exhausted, which it then says.
+bool writeReferenceData(OctetSink &sink, TransformInput data, const talvo_arraylist *transforms,
+                        XPathBudget *budget, uint32_t *error) noexcept;
 bool digestContextData(TransformInput data, const talvo_arraylist *transforms, int32_t digestId,
                        Digest *digest, uint32_t *error) noexcept;
 // The same, compared with the digest that is expected: 2 when it differs or the hash fails.
