@@ -436,9 +436,10 @@ TALVO_API int32_t TalvoPKITrustJudge(const TalvoPKITrust *trust, const TalvoPKIC
 /* ---- HTTP ---- */
 
 /* TalvoPKICryptoHttpGet fetches `url` (http and https only, also on redirects, of which 5 are
- * followed; 10 s to connect, 60 s in all, at most 100 MiB; certificates are checked; the proxy
- * environment is ignored). Hands out the body, its length and the status of the final answer; the
- * caller judges the status. 0 when there was no complete answer. */
+ * followed; certificates are checked; the proxy environment is ignored). Hands out the body, its
+ * length and the status of the final answer; the caller judges the status. The limits are 10 s to
+ * connect, 60 s in all, redirects included, and 100 MiB of body, which is held once in memory. 0
+ * when there was no complete answer within them. */
 TALVO_API int32_t TalvoPKICryptoHttpGet(const char *url, uint8_t **body, size_t *length,
                                         int32_t *status) TALVO_NOEXCEPT;
 
@@ -463,9 +464,10 @@ TALVO_API int32_t TalvoPKIMsgTimeStampSetMessageImprint(TalvoPKITimeStamp *timeS
                                                         const uint8_t *digest,
                                                         size_t length) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetResponse sends the request (nonce, certificates asked for) and reads the
- * answer. `status` receives its PKIStatus. The token of a granted one is checked (imprint, nonce,
- * signature and time-stamping usage of its signer) and kept in the object. 0 when authority, hash
- * or imprint are not set or do not fit, and when there was no usable answer. */
+ * answer, as TalvoPKICryptoHttpGet does but for the size: 1 MiB. `status` receives its PKIStatus.
+ * The token of a granted one is checked (imprint, nonce, signature and time-stamping usage of its
+ * signer) and kept in the object. 0 when authority, hash or imprint are not set or do not fit, and
+ * when there was no usable answer. */
 TALVO_API int32_t TalvoPKIMsgTimeStampGetResponse(TalvoPKITimeStamp *timeStamp,
                                                   int32_t *status) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetTimeStampToken hands out the DER of the token; 0 when there is none. */

@@ -53,16 +53,21 @@ typedef struct talvo_crl talvo_crl;
  * place of the call and must outlive the block (a string literal). A size of 0 gives a block of its
  * own. */
 TALVO_API void *talvo_malloc(size_t size, const char *file, int32_t line) TALVO_NOEXCEPT;
+/* talvo_realloc returns the block with room for `size` bytes, moved where it has to be; what it held
+ * stays as far as there is room. It is then a block of the place that `file` and `line` name. NULL
+ * when there is no memory: the block is as it was. A NULL block is a new one. */
+TALVO_API void *talvo_realloc(void *block, size_t size, const char *file,
+                              int32_t line) TALVO_NOEXCEPT;
 /* talvo_free gives a block of talvo_malloc back. NULL is ignored. */
 TALVO_API void talvo_free(void *block) TALVO_NOEXCEPT;
-/* talvo_memory_getliveblocks returns the number of blocks handed out by talvo_malloc and not yet
- * given back. */
+/* talvo_memory_getliveblocks returns the number of blocks handed out and not yet given back. */
 TALVO_API int64_t talvo_memory_getliveblocks(void) TALVO_NOEXCEPT;
 /* talvo_memory_getlivebytes returns the sum of the sizes asked for by the live blocks. */
 TALVO_API int64_t talvo_memory_getlivebytes(void) TALVO_NOEXCEPT;
-/* talvo_memory_getrefusals returns how often talvo_malloc has answered NULL to the calling thread
- * since the thread began. Work that survives a missing block compares it before and behind, to tell
- * what was absent from what memory did not suffice for; other threads do not disturb it. */
+/* talvo_memory_getrefusals returns how often talvo_malloc and talvo_realloc have answered NULL to
+ * the calling thread since the thread began. Work that survives a missing block compares it before
+ * and behind, to tell what was absent from what memory did not suffice for; other threads do not
+ * disturb it. */
 TALVO_API int64_t talvo_memory_getrefusals(void) TALVO_NOEXCEPT;
 /* talvo_memory_setfailafter makes the allocation number `count` (from 0) from now on fail, once; a
  * negative count switches the fault off. For tests: only builds with TALVO_FAULT_HOOKS do it,

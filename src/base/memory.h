@@ -4,7 +4,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -58,6 +60,19 @@ inline ByteBuffer makeBytes(Site site, size_t length) noexcept {
 
 inline TextBuffer makeChars(Site site, size_t length) noexcept {
   return TextBuffer(static_cast<char *>(talvo_malloc(length, site.file, site.line)));
+}
+
+// Room for `count` elements, moved where it has to be; false when all stays as it was.
+template <class T>
+bool resize(Site site, Handle<T, talvo_free> &elements, size_t count) noexcept {
+  assert(count <= std::numeric_limits<size_t>::max() / sizeof(T));
+  void *moved = talvo_realloc(elements.get(), count * sizeof(T), site.file, site.line);
+  if (moved == nullptr) {
+    return false;
+  }
+  static_cast<void>(elements.release());  // talvo_realloc has taken it
+  elements.reset(static_cast<T *>(moved));
+  return true;
 }
 
 inline ByteBuffer copyBytes(Site site, Bytes bytes) noexcept {

@@ -1,6 +1,8 @@
 // Certificates and their keys: how they are opened, copied, joined and handed on.
 #include "crypto/certificate.h"
 
+#include <cassert>
+
 using namespace talvo;
 using namespace talvo::crypto;
 
@@ -24,6 +26,7 @@ int ownIndex(const Bundle &bundle) noexcept {
 }
 
 TalvoPKICert *certificateOf(Bundle bundle) noexcept {
+  assert(sk_X509_num(bundle.certificates.get()) > 0);
   const int own = ownIndex(bundle);
   X509Ptr x509(sk_X509_delete(bundle.certificates.get(), own));
   if (!belongs(bundle.key, x509.get())) {
@@ -48,6 +51,7 @@ TalvoPKICert *openCertificate(Bytes bytes, const char *password, OpenReason *rea
 
 // The key of a bundle that was opened without its password. It stays open from then on.
 void unlock(TalvoPKICert *certificate, const char *credential) noexcept {
+  assert(!certificate->key && certificate->lockedKey);
   Key key = openBundle(certificate->lockedKey.view(), credential).key;
   if (belongs(key, certificate->x509.get())) {
     certificate->key = std::move(key);

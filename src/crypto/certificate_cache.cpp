@@ -1,5 +1,7 @@
+// One table for the process, since what it saves is worth most where many threads verify.
 #include "crypto/certificate_cache.h"
 
+#include <cassert>
 #include <functional>
 #include <mutex>
 #include <utility>
@@ -32,6 +34,7 @@ struct Slot {
 
   // Puts other content in and answers what was there.
   Entry exchange(Entry entry) noexcept {
+    assert(entry.der && entry.x509);
     Entry old{OpensslBytes(der), length, X509Ptr(x509)};
     der = entry.der.release();
     length = entry.length;
@@ -53,6 +56,7 @@ X509Ptr find(Slot &slot, Bytes der) noexcept {
 }
 
 void remember(Slot &slot, Bytes der, X509 *x509) noexcept {
+  assert(!der.empty() && der.size() <= kMaxLength && x509 != nullptr);
   Entry entry{OpensslBytes(static_cast<unsigned char *>(OPENSSL_memdup(der.data(), der.size()))),
               der.size(), share(x509)};
   if (!entry.der || !entry.x509) {

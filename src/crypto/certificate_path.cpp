@@ -1,6 +1,8 @@
 // Paths from a certificate up to a self-issued one, found by names and key identifiers among the
 // certificate's companions. Nothing is said about trust, and no signature is checked: a path is
 // what a signer writes down, not what a verifier believes.
+#include <cassert>
+
 #include "crypto/certificate.h"
 
 using namespace talvo;
@@ -23,13 +25,15 @@ bool isSelfIssued(const X509 *x509) noexcept {
 class Path {
  public:
   explicit Path(int count) noexcept
-      : certificates_(static_cast<TalvoPKICert **>(talvo_malloc(
-            static_cast<size_t>(count) * sizeof(TalvoPKICert *), kSource, __LINE__))) {}
+      : certificates_(static_cast<TalvoPKICert **>(
+            talvo_malloc(static_cast<size_t>(count) * sizeof(TalvoPKICert *), kSource, __LINE__))),
+        capacity_(count) {}
   ~Path() { TalvoPKICertFreeCertPath(certificates_, count_); }
   Path(const Path &) = delete;
   Path &operator=(const Path &) = delete;
 
   bool append(X509 *x509) noexcept {
+    assert(count_ < capacity_);
     TalvoPKICert *certificate = certificates_ == nullptr ? nullptr : newCertificate(share(x509));
     if (certificate == nullptr) {
       return false;
@@ -42,6 +46,7 @@ class Path {
 
  private:
   TalvoPKICert **certificates_;
+  [[maybe_unused]] int32_t capacity_;
   int32_t count_ = 0;
 };
 

@@ -1,6 +1,7 @@
 // From objects of OpenSSL to DER and back.
 #pragma once
 
+#include <cassert>
 #include <climits>
 
 #include "crypto/octets.h"
@@ -20,6 +21,7 @@ Octets encodeDer(int (*encode)(const T *, unsigned char **), const T *object) no
   if (!der || encode(object, &end) != length) {
     return {};
   }
+  assert(end == der.bytes.get() + der.length);
   return der;
 }
 

@@ -1,4 +1,7 @@
+// OpenSSL reads and writes the pair; here its numbers go in and out as octets.
 #include "crypto/ecc_signature.h"
+
+#include <cassert>
 
 #include "talvo_crypto.h"
 
@@ -18,6 +21,7 @@ Bn numberOf(Bytes magnitude) noexcept {
 }
 
 Octets magnitudeOf(const BIGNUM *number) noexcept {
+  assert(number != nullptr && !BN_is_negative(number));
   Octets octets = makeOctets(kSource, static_cast<size_t>(BN_num_bytes(number)));
   if (octets) {
     BN_bn2bin(number, octets.bytes.get());

@@ -5,6 +5,7 @@
 #include "crypto/http.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include <curl/curl.h>
 
@@ -23,13 +24,16 @@ constexpr size_t kFirstCapacity = 16384;
 using Curl = Handle<CURL, curl_easy_cleanup>;
 using HeaderList = Handle<curl_slist, curl_slist_free_all>;
 
-// A body that grows up to its limit.
+// A body that grows up to its limit. It is held once: the room that the server announces is taken
+// at the start, and where nothing is announced the block is enlarged, which large ones are without
+// a copy.
 class Body {
  public:
-  explicit Body(size_t limit) noexcept : limit_(limit) {}
+  Body(CURL *curl, size_t limit) noexcept : curl_(curl), limit_(limit) {}
 
   bool append(Bytes bytes) noexcept {
-    if (bytes.size() > limit_ - octets_.length || !reserve(octets_.length + bytes.size())) {
+    assert(octets_.length <= limit_);
+    if (bytes.size() > limit_ - octets_.length || !makeRoom(octets_.length + bytes.size())) {
       return false;
     }
     std::copy(bytes.begin(), bytes.end(), octets_.bytes.get() + octets_.length);
@@ -37,25 +41,33 @@ class Body {
     return true;
   }
 
-  // An empty body is a buffer too.
-  Octets take() noexcept { return reserve(0) ? std::move(octets_) : Octets(); }
+  // Without the room that is left over; an empty body is a buffer too.
+  Octets take() noexcept {
+    const bool fits = octets_ && capacity_ == octets_.length;
+    return fits || resize(kSource, octets_.bytes, octets_.length) ? std::move(octets_) : Octets();
+  }
 
  private:
-  bool reserve(size_t length) noexcept {
-    if (octets_ && length <= capacity_) {
+  bool makeRoom(size_t length) noexcept {
+    if (length <= capacity_) {
       return true;
     }
-    const size_t wanted = std::max({length, 2 * capacity_, kFirstCapacity});
-    ByteBuffer larger = makeBytes(kSource, wanted);
-    if (!larger) {
+    const size_t wanted = std::max(length, octets_ ? 2 * capacity_ : announced());
+    if (!resize(kSource, octets_.bytes, wanted)) {
       return false;
     }
-    std::copy_n(octets_.bytes.get(), octets_.length, larger.get());
-    octets_.bytes = std::move(larger);
     capacity_ = wanted;
     return true;
   }
 
+  // libcurl has refused an announced length above the limit.
+  size_t announced() const noexcept {
+    curl_off_t length = -1;
+    curl_easy_getinfo(curl_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    return length < 0 ? kFirstCapacity : std::min(static_cast<size_t>(length), limit_);
+  }
+
+  CURL *curl_;
   Octets octets_;
   size_t capacity_ = 0;
   size_t limit_;
@@ -103,7 +115,7 @@ bool setLimits(CURL *curl, const HttpOptions &options) noexcept {
 }
 
 HttpAnswer perform(CURL *curl, const char *url, const HttpOptions &options) noexcept {
-  Body body(options.bodyLimit);
+  Body body(curl, options.bodyLimit);
   if (!setLimits(curl, options) || !set(curl, CURLOPT_URL, url) ||
       !set(curl, CURLOPT_WRITEFUNCTION, receive) || !set(curl, CURLOPT_WRITEDATA, &body) ||
       curl_easy_perform(curl) != CURLE_OK) {

@@ -1,4 +1,4 @@
-// HTTP through libcurl: one request, one answer, within limits.
+// HTTP through libcurl: one request, one answer, within limits of time and size.
 #pragma once
 
 #include <string_view>
@@ -7,12 +7,12 @@
 
 namespace talvo::crypto {
 
-// What tests make smaller.
+// The limits of every request but those that say otherwise. An answer that exceeds one is none.
 struct HttpOptions {
-  long connectMilliseconds = 10'000;
-  long totalMilliseconds = 60'000;
-  size_t bodyLimit = size_t{100} << 20U;
-  const char *authorities = nullptr;  // a PEM file of trusted roots in place of the system's
+  long connectMilliseconds = 10'000;      // until there is a connection, with TLS
+  long totalMilliseconds = 60'000;        // for everything, up to 5 redirects included
+  size_t bodyLimit = size_t{100} << 20U;  // octets; held once in memory
+  const char *authorities = nullptr;      // a PEM file of trusted roots in place of the system's
 };
 
 struct HttpAnswer {

@@ -1,6 +1,8 @@
 // What can be asked of a key, and the forms in which public keys come in.
 #include "crypto/key.h"
 
+#include <cassert>
+
 #include <openssl/core_names.h>
 
 #include "crypto/ecc_signature.h"
@@ -14,6 +16,7 @@ constexpr size_t kMaxRsaBits = 16384;
 constexpr size_t kMaxDsaBits = 10000;
 
 bool isOnSm2Curve(const EVP_PKEY *key) noexcept {
+  assert(key != nullptr);
   char group[32] = "";
   size_t length = 0;
   return EVP_PKEY_get_group_name(key, group, sizeof group, &length) == 1 &&
@@ -32,6 +35,7 @@ EvpKey keyFromParameters(const char *type, int selection, OSSL_PARAM *parameters
 
 // The same key as type "SM2"; a key whose private part cannot be read out stays what it was.
 EvpKey toSm2(EvpKey key) noexcept {
+  assert(familyOf(key.get()) == KeyFamily::sm2);
   if (EVP_PKEY_is_a(key.get(), kSm2) == 1) {
     return key;
   }
@@ -123,6 +127,7 @@ bool isDsaBlob(Bytes bytes) noexcept {
 }
 
 Key readDsaBlob(Bytes bytes) noexcept {
+  assert(isDsaBlob(bytes));
   BlobReader reader(bytes.subspan(kDsaBlobStart.size()));
   const size_t announced = reader.takeLength();
   if (announced != reader.left()) {
@@ -164,6 +169,7 @@ Key readPublicKey(Bytes bytes) noexcept {
 
 // Q fixes the width of a DSA signature half; OpenSSL's own answer for the key's bits is that of P.
 int32_t dsaGroupBits(const EVP_PKEY *key) noexcept {
+  assert(familyOf(key) == KeyFamily::dsa);
   BIGNUM *q = nullptr;
   if (EVP_PKEY_get_bn_param(key, OSSL_PKEY_PARAM_FFC_Q, &q) != 1) {
     return -1;

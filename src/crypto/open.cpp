@@ -1,6 +1,9 @@
+// What the bytes are is found out by trying: DER first, then PEM, then Base64 of DER. Everything
+// that a bundle holds is taken out of it at once.
 #include "crypto/open.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include <openssl/pem.h>
 
@@ -31,7 +34,10 @@ struct PemBlock {
   long length = 0;
 
   std::string_view type() const noexcept { return name.get(); }
-  Bytes der() const noexcept { return {data.get(), static_cast<size_t>(length)}; }
+  Bytes der() const noexcept {
+    assert(data && length >= 0);
+    return {data.get(), static_cast<size_t>(length)};
+  }
   bool encrypted() const noexcept {
     return type() == PEM_STRING_PKCS8 || std::string_view(header.get()).starts_with("Proc-Type:");
   }
@@ -40,6 +46,7 @@ struct PemBlock {
 enum class PemNext { block, end, malformed };
 
 PemNext readBlock(BIO *source, PemBlock *block) noexcept {
+  assert(source != nullptr);
   char *name = nullptr;
   char *header = nullptr;
   unsigned char *data = nullptr;
@@ -72,6 +79,7 @@ Key readPlainKey(Bytes der) noexcept {
 
 // The encryption that the traditional PEM forms have in their header lines. Decrypts in place.
 Key openTraditionalKey(PemBlock *block, const char *password, OpenReason *reason) noexcept {
+  assert(block->encrypted());
   EVP_CIPHER_INFO cipher;
   if (PEM_get_EVP_CIPHER_INFO(block->header.get(), &cipher) != 1) {
     *reason = OpenReason::unreadable;

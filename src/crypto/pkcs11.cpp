@@ -3,6 +3,7 @@
 // loaded: its keys need it as long as they live.
 #define OPENSSL_SUPPRESS_DEPRECATED
 
+#include <cassert>
 #include <mutex>
 #include <string>
 
@@ -65,6 +66,7 @@ std::string withPin(std::string_view uri, const char *pin) {
 }
 
 Key loadKey(std::string_view uri, const char *pin, OpenReason *reason) {
+  assert(uri.starts_with("pkcs11:"));
   std::string text = withPin(uri, pin);
   const UiMethod silent(UI_UTIL_wrap_read_pem_callback(refusePin, 0));
   const std::lock_guard lock(g_mutex);

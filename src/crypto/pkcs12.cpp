@@ -1,6 +1,8 @@
 // Containers and keys that a password locks: PKCS #12 and encrypted PKCS #8. Old ones need
 // algorithms that only OpenSSL's legacy provider has; they are opened in a library context of their
 // own, and what was inside is read again in the usual one, so that nothing refers to that context.
+#include <cassert>
+
 #include "crypto/open.h"
 
 namespace talvo::crypto {
@@ -94,6 +96,7 @@ bool isOutOfReach(const X509_ALGOR *scheme) noexcept {
 }
 
 Key decryptKey(const X509_SIG *encrypted, const char *password, OSSL_LIB_CTX *context) noexcept {
+  assert(encrypted != nullptr && password != nullptr);
   const int length = static_cast<int>(std::strlen(password));
   const Pkcs8Key plain(PKCS8_decrypt_ex(encrypted, password, length, context, nullptr));
   return makeKey(EvpKey(plain ? EVP_PKCS82PKEY(plain.get()) : nullptr));

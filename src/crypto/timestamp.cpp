@@ -4,6 +4,7 @@
 #include <time.h>
 
 #include <array>
+#include <cassert>
 
 #include <openssl/rand.h>
 #include <openssl/ts.h>
@@ -52,6 +53,11 @@ struct TalvoPKITimeStamp {
 
 namespace {
 
+bool isReady(const TalvoPKITimeStamp &timeStamp) noexcept {
+  return timeStamp.authority && timeStamp.hash != nullptr &&
+         timeStamp.imprint.length == timeStamp.hash->length;
+}
+
 Integer newNonce() noexcept {
   std::array<unsigned char, 8> bytes;
   if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) {
@@ -75,6 +81,7 @@ Imprint newImprint(const HashAlgorithm &hash, Bytes digest) noexcept {
 }
 
 Request newRequest(const TalvoPKITimeStamp &timeStamp) noexcept {
+  assert(isReady(timeStamp));
   Request request(TS_REQ_new());
   const Imprint imprint = newImprint(*timeStamp.hash, timeStamp.imprint.view());
   const Integer nonce = newNonce();
@@ -157,6 +164,7 @@ X509Store anchorsFor(const Token &token, const talvo_arraylist *trusted) noexcep
 // asks for beside them.
 bool isValid(PKCS7 *token, const Token &parts, const talvo_arraylist *trusted,
              Check check) noexcept {
+  assert(parts);
   X509Store store = anchorsFor(parts, trusted);
   if (!check || !store || !setIdentifiers(token)) {
     return false;
@@ -199,12 +207,8 @@ bool takeAnswer(TalvoPKITimeStamp *timeStamp, const TS_REQ *request, TS_RESP *re
 }
 
 TS_MSG_IMPRINT *imprintOf(const Token &token) noexcept {
+  assert(token);
   return TS_TST_INFO_get_msg_imprint(token.info.get());
-}
-
-bool isReady(const TalvoPKITimeStamp &timeStamp) noexcept {
-  return timeStamp.authority && timeStamp.hash != nullptr &&
-         timeStamp.imprint.length == timeStamp.hash->length;
 }
 
 // The digits behind the point of a GeneralizedTime, as nanoseconds.

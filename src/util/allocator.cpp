@@ -6,6 +6,7 @@
 
 #include <array>
 #include <atomic>
+#include <cassert>
 #include <cstdlib>
 #include <limits>
 #include <mutex>
@@ -66,10 +67,8 @@ std::atomic<bool> g_hasFailed{false};
 std::mutex g_chainMutex;
 BlockHeader *g_newest = nullptr;
 
-void chain(BlockHeader *block, const char *file, int32_t line) noexcept {
+void chain(BlockHeader *block) noexcept {
   const std::scoped_lock lock(g_chainMutex);
-  block->file = file;
-  block->line = line;
   block->older = g_newest;
   block->newer = nullptr;
   if (g_newest != nullptr) {
@@ -78,8 +77,14 @@ void chain(BlockHeader *block, const char *file, int32_t line) noexcept {
   g_newest = block;
 }
 
+void setPlace(BlockHeader *block, const char *file, int32_t line) noexcept {
+  block->file = file;
+  block->line = line;
+}
+
 void unchain(BlockHeader *block) noexcept {
   const std::scoped_lock lock(g_chainMutex);
+  assert((block->newer == nullptr ? g_newest : block->newer->older) == block);
   if (block->older != nullptr) {
     block->older->newer = block->newer;
   }
@@ -88,14 +93,24 @@ void unchain(BlockHeader *block) noexcept {
 
 #else
 
-void chain(BlockHeader *, const char *, int32_t) noexcept {}
+void chain(BlockHeader *) noexcept {}
 void unchain(BlockHeader *) noexcept {}
+void setPlace(BlockHeader *, const char *, int32_t) noexcept {}
 
 #endif
 
 std::nullptr_t refuseBlock() noexcept {
   ++t_refusals;
   return nullptr;
+}
+
+bool isRefused(size_t size) noexcept {
+  constexpr size_t kLimit = std::numeric_limits<ptrdiff_t>::max() - sizeof(BlockHeader);
+  return size > kLimit || takeFault();
+}
+
+BlockHeader *headerOf(void *block) noexcept {
+  return static_cast<BlockHeader *>(block) - 1;
 }
 
 void count(int64_t blocks, int64_t bytes) noexcept {
@@ -147,28 +162,51 @@ using namespace talvo;
 using namespace talvo::util;
 
 void *talvo_malloc(size_t size, const char *file, int32_t line) noexcept {
-  constexpr size_t kLimit = std::numeric_limits<ptrdiff_t>::max() - sizeof(BlockHeader);
-  if (size > kLimit || takeFault()) {
+  if (isRefused(size)) {
     return refuseBlock();
   }
-  // The one place that asks the system for memory.
   // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
   void *memory = std::malloc(sizeof(BlockHeader) + size);
   if (memory == nullptr) {
     return refuseBlock();
   }
-  auto *block = new (memory) BlockHeader{};
-  block->size = size;
-  chain(block, file, line);
+  auto *header = new (memory) BlockHeader{};
+  header->size = size;
+  setPlace(header, file, line);
+  chain(header);
   count(1, static_cast<int64_t>(size));
-  return block + 1;
+  return header + 1;
+}
+
+void *talvo_realloc(void *block, size_t size, const char *file, int32_t line) noexcept {
+  if (block == nullptr) {
+    return talvo_malloc(size, file, line);
+  }
+  if (isRefused(size)) {
+    return refuseBlock();
+  }
+  BlockHeader *old = headerOf(block);
+  const auto before = static_cast<int64_t>(old->size);
+  unchain(old);  // its neighbours must not point at it while it moves
+  // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
+  void *memory = std::realloc(old, sizeof(BlockHeader) + size);
+  if (memory == nullptr) {
+    chain(old);
+    return refuseBlock();
+  }
+  auto *header = static_cast<BlockHeader *>(memory);
+  header->size = size;
+  setPlace(header, file, line);
+  chain(header);
+  count(0, static_cast<int64_t>(size) - before);
+  return header + 1;
 }
 
 void talvo_free(void *block) noexcept {
   if (block == nullptr) {
     return;
   }
-  BlockHeader *header = static_cast<BlockHeader *>(block) - 1;
+  BlockHeader *header = headerOf(block);
   unchain(header);
   count(-1, -static_cast<int64_t>(header->size));
   std::free(header);  // NOLINT(cppcoreguidelines-no-malloc)

@@ -1,6 +1,6 @@
 // Lists of pointers: an array that doubles. The list's two functions decide whether items are
 // copied when they are pushed and whether the list releases them.
-#include <cstring>
+#include <cassert>
 #include <limits>
 
 #include "base/memory.h"
@@ -33,6 +33,7 @@ void releaseItemOf(const talvo_arraylist &list, void *item) noexcept {
 }
 
 bool makeRoom(talvo_arraylist &list) noexcept {
+  assert(list.count >= 0 && list.count <= list.capacity);
   if (list.count < list.capacity) {
     return true;
   }
@@ -40,15 +41,9 @@ bool makeRoom(talvo_arraylist &list) noexcept {
     return false;
   }
   const int32_t capacity = list.capacity == 0 ? kFirstCapacity : list.capacity * 2;
-  ItemArray items(static_cast<void **>(
-      talvo_malloc(static_cast<size_t>(capacity) * sizeof(void *), kSource, __LINE__)));
-  if (!items) {
+  if (!resize(kSource, list.items, static_cast<size_t>(capacity))) {
     return false;
   }
-  if (list.count > 0) {
-    std::memcpy(items.get(), list.items.get(), static_cast<size_t>(list.count) * sizeof(void *));
-  }
-  list.items = std::move(items);
   list.capacity = capacity;
   return true;
 }

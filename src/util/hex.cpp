@@ -1,4 +1,5 @@
 // Hexadecimal text.
+#include <cassert>
 #include <limits>
 
 #include "base/memory.h"
@@ -35,6 +36,7 @@ int32_t talvo_hex_encode(const void *bytes, size_t length, char **text) noexcept
     *next++ = kDigits[byte >> 4U];
     *next++ = kDigits[byte & 0xFU];
   }
+  assert(next == digits.get() + length * 2);
   *next = '\0';
   *text = digits.release();
   return 1;

@@ -1,6 +1,7 @@
 // JSON over Jansson. A talvo_json is a small handle with its own reference to a Jansson value;
 // Jansson's values stay on its own allocator, whose hooks belong to the whole process.
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <limits>
 #include <string_view>
@@ -42,6 +43,7 @@ talvo_json *wrap(JsonValue value) noexcept {
 }
 
 const json_t *valueOf(const talvo_json *json) noexcept {
+  assert(json == nullptr || json->value);
   return json == nullptr ? nullptr : json->value.get();
 }
 
@@ -139,6 +141,7 @@ class HeightMeter {
   explicit HeightMeter(const json_t *forbidden) noexcept : forbidden_(forbidden) {}
 
   int32_t measure(json_t *value, int32_t level = 0) {
+    assert(level <= kDepthLimit);
     if (!isContainer(value)) {
       return 0;
     }
@@ -190,6 +193,7 @@ bool fitsInto(const talvo_json *container, const talvo_json *value) noexcept {
 }
 
 bool isWithinLimit(const talvo_json *json) noexcept {
+  assert(json != nullptr);
   return guard([&] {
     const int32_t height = HeightMeter(nullptr).measure(json->value.get());
     return height >= 0 && height <= kDepthLimit;

@@ -1,6 +1,7 @@
 // Re-entrant locks over std::recursive_mutex, with the holder noted: unlocking a mutex that another
 // thread holds is undefined, and here it is only refused.
 #include <atomic>
+#include <cassert>
 #include <mutex>
 #include <thread>
 
@@ -43,6 +44,7 @@ int32_t talvo_lock_unlock(talvo_lock *lock) noexcept {
       lock->holder.load(std::memory_order_relaxed) != std::this_thread::get_id()) {
     return 0;
   }
+  assert(lock->depth > 0);
   if (--lock->depth == 0) {
     lock->holder.store(std::thread::id(), std::memory_order_relaxed);
   }

@@ -2,6 +2,7 @@
 // filter reads in chunks of its own size, so that a reader may ask for any number of bytes.
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstring>
 #include <limits>
 
@@ -53,6 +54,7 @@ class MemoryStream final : public talvo_stream {
 
  private:
   bool makeRoom(size_t length) noexcept {
+    assert(start_ <= end_ && end_ <= capacity_);
     if (length <= capacity_ - end_) {
       return true;
     }
@@ -72,6 +74,7 @@ class MemoryStream final : public talvo_stream {
   }
 
   bool grow(size_t capacity) noexcept {
+    assert(capacity >= end_ - start_);
     ByteBuffer larger = makeBytes(kSource, capacity);
     if (!larger) {
       return false;
@@ -114,6 +117,7 @@ class Base64Stream final : public talvo_stream {
       if (start_ == end_) {
         break;
       }
+      assert(start_ < end_ && end_ <= decoded_.size());
       const size_t part = std::min(length - count, end_ - start_);
       std::memcpy(bytes + count, decoded_.data() + start_, part);
       start_ += part;
@@ -128,6 +132,7 @@ class Base64Stream final : public talvo_stream {
   // Decodes until there is a byte to hand out or the source has ended. Once it fails it fails for
   // ever.
   bool decodeChunk() noexcept {
+    assert(start_ == end_);
     std::array<char, kChunk> text;
     start_ = 0;
     end_ = 0;

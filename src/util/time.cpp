@@ -2,6 +2,7 @@
 // ask for fields, so fields are kept, and the way through the day number is taken only to move a
 // time.
 #include <array>
+#include <cassert>
 #include <compare>
 #include <ctime>
 
@@ -42,6 +43,7 @@ struct Date {
 };
 
 constexpr int64_t floorDivide(int64_t dividend, int64_t divisor) noexcept {
+  assert(divisor > 0);
   return dividend / divisor - (dividend % divisor < 0 ? 1 : 0);
 }
 
@@ -59,6 +61,7 @@ constexpr Date dateFromDays(int64_t days) noexcept {
   const int64_t shifted = days + kDaysBefore1970;
   const int64_t era = floorDivide(shifted, kDaysPerEra);
   const int64_t dayOfEra = shifted - era * kDaysPerEra;
+  assert(dayOfEra >= 0 && dayOfEra < kDaysPerEra);
   // Takes out the leap days: one each 1,460 days, but none at a century, yet one at the end of the
   // era.
   const int64_t yearOfEra =
@@ -79,6 +82,7 @@ constexpr bool isLeapYear(int32_t year) noexcept {
 }
 
 constexpr int32_t daysOfMonth(int32_t year, int32_t month) noexcept {
+  assert(month >= 1 && month <= 12);
   constexpr std::array<int32_t, 12> kDays = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   return month == 2 && isLeapYear(year) ? 29 : kDays[static_cast<size_t>(month - 1)];
 }
@@ -134,6 +138,7 @@ int32_t talvo_time_addminute(talvo_time *time, int32_t minutes) noexcept {
   if (time == nullptr) {
     return 0;
   }
+  assert(isValid(*time));
   const int64_t total = daysFromDate({time->year, time->month, time->day}) * kMinutesPerDay +
                         time->hour * 60 + time->minute + int64_t{minutes};
   const int64_t days = floorDivide(total, kMinutesPerDay);

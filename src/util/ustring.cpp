@@ -2,6 +2,7 @@
 // makes one checks the encoding, so that text from a string needs no second check.
 #include <algorithm>
 #include <array>
+#include <cassert>
 
 #include "base/utf8.h"
 #include "util/counted_bytes.h"
@@ -38,6 +39,7 @@ constexpr std::array<LeadByte, 8> kLeadBytes = {{
 
 // The length of the multi-byte sequence at `text`, or 0 when it is not valid.
 size_t sequenceLength(const uint8_t *text, size_t available) noexcept {
+  assert(available > 0);
   for (const LeadByte &lead : kLeadBytes) {
     if (text[0] < lead.first || text[0] > lead.last) {
       continue;
@@ -75,6 +77,7 @@ bool isUtf8(const char *text, size_t length) noexcept {
   const auto *bytes = reinterpret_cast<const uint8_t *>(text);
   size_t position = asciiRun(bytes, length);
   while (position < length) {
+    assert(bytes[position] >= 0x80);
     const size_t sequence = sequenceLength(bytes + position, length - position);
     if (sequence == 0) {
       return false;

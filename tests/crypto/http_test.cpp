@@ -51,6 +51,10 @@ HttpReply answerTo(const HttpRequest &request) {
   if (request.path == "/short") {
     return {.body = "four", .announced = 5};
   }
+  if (request.path.starts_with("/unannounced/")) {
+    return {.body = std::string(std::stoul(request.path.substr(13)), 'x'),
+            .announced = kUnannounced};
+  }
   if (request.path.starts_with("/large/")) {
     return {.body = std::string(std::stoul(request.path.substr(7)), 'x')};
   }
@@ -104,8 +108,24 @@ TEST_F(HttpTest, BodiesEndAtTheLimit) {
   const HttpServer server(answerTo);
   constexpr size_t kLimit = 200'000;
   const HttpOptions options{.bodyLimit = kLimit};
-  EXPECT_EQ(httpGet(server.url("/large/200000").c_str(), options).body.length, kLimit);
-  EXPECT_FALSE(httpGet(server.url("/large/200001").c_str(), options));
+  for (const std::string path : {"/large/", "/unannounced/"}) {
+    EXPECT_EQ(httpGet(server.url(path + "200000").c_str(), options).body.length, kLimit);
+    EXPECT_FALSE(httpGet(server.url(path + "200001").c_str(), options));
+  }
+}
+
+TEST_F(HttpTest, BodiesAreHeldOnce) {
+  const HttpServer server(answerTo);
+  const int64_t before = talvo_memory_getlivebytes();
+  for (const char *path : {"/large/100000", "/unannounced/100000"}) {
+    const HttpAnswer answer = httpGet(server.url(path).c_str());
+    EXPECT_EQ(talvo_memory_getlivebytes(), before + 100'000) << path;
+  }
+  // An announced one is one block from the start.
+  talvo_memory_setfailafter(1);
+  EXPECT_TRUE(httpGet(server.url("/large/100000").c_str()));
+  EXPECT_EQ(talvo_memory_hasfailed(), 0);
+  talvo_memory_setfailafter(-1);
 }
 
 TEST_F(HttpTest, GivesUpOnASilentServer) {
@@ -197,7 +217,7 @@ TEST_F(HttpTest, ChecksTheCertificateOfTheServer) {
 
 TEST_F(HttpTest, SurvivesExhaustedMemory) {
   const HttpServer server(answerTo);
-  const std::string url = server.url("/large/100000");
+  const std::string url = server.url("/unannounced/100000");
   everyAllocationFails([&] { return bool(httpGet(url.c_str())); });
 }
 

@@ -89,10 +89,14 @@ void sendAll(int connection, const std::string &text) {
 }
 
 std::string replyText(const HttpReply &reply) {
+  const int64_t own = static_cast<int64_t>(reply.body.size());
   const std::string length =
-      reply.announced >= 0 ? std::to_string(reply.announced) : std::to_string(reply.body.size());
-  return "HTTP/1.0 " + std::to_string(reply.status) + " Test\r\nContent-Length: " + length +
-         "\r\nConnection: close\r\n" + reply.headers + "\r\n" + reply.body;
+      reply.announced == kUnannounced
+          ? ""
+          : "Content-Length: " + std::to_string(reply.announced < 0 ? own : reply.announced) +
+                "\r\n";
+  return "HTTP/1.0 " + std::to_string(reply.status) + " Test\r\n" + length +
+         "Connection: close\r\n" + reply.headers + "\r\n" + reply.body;
 }
 
 }  // namespace

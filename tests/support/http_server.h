@@ -16,12 +16,15 @@ struct HttpRequest {
   std::string body;
 };
 
+constexpr int64_t kUnannounced = -2;
+
 struct HttpReply {
   int status = 200;
   std::string body = {};
   std::string headers = {};  // further lines, each ending in "\r\n"
   bool silent = false;       // never answer: hold the connection until the client gives up
-  int64_t announced = -1;    // a Content-Length that differs from the body's; -1: the body's own
+  // A Content-Length that differs from the body's; -1: the body's own; kUnannounced: none.
+  int64_t announced = -1;
 };
 
 class HttpServer {

@@ -42,6 +42,22 @@ TEST_F(AllocatorTest, RefusesSizesThatOverflowAndCountsThemByThread) {
   EXPECT_EQ(talvo_memory_getrefusals(), before + 2);
 }
 
+TEST_F(AllocatorTest, ResizedBlocksKeepWhatFits) {
+  const int64_t blocks = talvo_memory_getliveblocks();
+  const int64_t bytes = talvo_memory_getlivebytes();
+  TextBuffer text = copyText("test", "0123456789");
+  for (const size_t size : {size_t{100'000}, size_t{5}, size_t{7}}) {
+    ASSERT_TRUE(resize("test", text, size));
+    EXPECT_EQ(talvo_memory_getliveblocks(), blocks + 1);
+    EXPECT_EQ(talvo_memory_getlivebytes(), bytes + static_cast<int64_t>(size));
+    EXPECT_EQ(std::string_view(text.get(), 5), "01234");
+  }
+  EXPECT_FALSE(resize("test", text, SIZE_MAX));
+  EXPECT_EQ(talvo_memory_getlivebytes(), bytes + 7) << "a refusal changes nothing";
+  text.reset();
+  ASSERT_TRUE(resize("test", text, 3)) << "a new block";
+}
+
 TEST_F(AllocatorTest, FailsExactlyTheChosenAllocation) {
   talvo_memory_setfailafter(1);
   const ByteBuffer first = makeBytes("test", 1);

@@ -1,5 +1,6 @@
 // Certificate revocation lists over X509_CRL.
 #include <array>
+#include <cassert>
 #include <cctype>
 #include <ctime>
 #include <limits>
@@ -52,6 +53,7 @@ X509Crl readBase64(std::string_view text) noexcept {
 // The first octet of DER is also a Base64 digit, but one that no DER starts with when it is
 // encoded.
 X509Crl read(Bytes bytes) noexcept {
+  assert(!bytes.empty());
   if (bytes.front() == kDerSequence) {
     return readDer(bytes);
   }

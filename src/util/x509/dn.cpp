@@ -3,6 +3,7 @@
 // matter.
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <limits>
 #include <string>
 
@@ -139,6 +140,7 @@ NameEntry entryOf(const DnAttribute &attribute) {
 }
 
 bool addPart(X509_NAME *name, const DnPart &part) {
+  assert(!part.empty());
   int place = kNewPart;
   for (const DnAttribute &attribute : part) {
     const NameEntry entry = entryOf(attribute);
@@ -160,6 +162,7 @@ X509Name nameOf(const std::vector<DnPart> &parts) {
 
 // A copy of a name that was read, made comparable.
 X509Name comparable(const X509_NAME *name) noexcept {
+  assert(name != nullptr);
   X509Name copy(X509_NAME_new());
   int lastPart = -1;
   for (int i = 0; copy && i < X509_NAME_entry_count(name); ++i) {

@@ -2,6 +2,8 @@
 // construct.
 #include "util/x509/dn_text.h"
 
+#include <cassert>
+
 #include "base/memory.h"
 
 namespace talvo::util {
@@ -50,7 +52,10 @@ class Reader {
 
  private:
   bool atEnd() const noexcept { return position_ == text_.size(); }
-  char current() const noexcept { return text_[position_]; }
+  char current() const noexcept {
+    assert(!atEnd());
+    return text_[position_];
+  }
 
   void skipBlanks() noexcept {
     while (!atEnd() && isBlank(current())) {
@@ -126,6 +131,7 @@ class Reader {
   // One character, or an escape: "\" before two hexadecimal digits is a byte, before anything else
   // that character.
   bool readCharacter(std::string &value) {
+    assert(!atEnd());
     if (!takeOneOf("\\")) {
       value.push_back(text_[position_++]);
       return true;
