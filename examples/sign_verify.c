@@ -12,19 +12,6 @@
 
 #include <talvo_xml.h>
 
-enum {
-  kC14n10 = 1,
-  kEnvelopedSignature = 48,
-  kSha256 = 4,
-  kRsaSha256 = 68,
-  kEcdsaSha256 = 75,
-  kNoNetwork = 1,
-  kNoExternalEntities = 2,
-  kKeyType = 4,
-  kTypeEllipticCurve = 4,
-  kSubjectName = 48
-};
-
 /* The whole file in a new blob, or NULL. */
 static talvo_data_blob *readFile(const char *path) {
   FILE *file = fopen(path, "rb");
@@ -59,7 +46,7 @@ static int writeFile(const char *path, const talvo_data_blob *content) {
 static XmlDoc *parse(const talvo_data_blob *content) {
   return talvo_xml_parse_ex(talvo_data_blob_getdata(content),
                             (int64_t)talvo_data_blob_getlength(content),
-                            kNoNetwork | kNoExternalEntities);
+                            TALVO_PARSE_NO_NETWORK | TALVO_PARSE_NO_EXTERNALS);
 }
 
 /* A new list of one borrowed item. The functions that take a list keep references of their own. */
@@ -71,14 +58,14 @@ static talvo_arraylist *listOf(void *item) {
 
 /* What is to be signed: the document without its signature, digested with SHA-256. */
 static SignedInfoCtx *newSignedInfo(int32_t method) {
-  TransformCtx *enveloped = talvo_xml_signature_transformctx_new(kEnvelopedSignature, NULL);
+  TransformCtx *enveloped = talvo_xml_signature_transformctx_new(TALVO_TRANSFORM_ENVELOPED, NULL);
   talvo_arraylist *transforms = listOf(enveloped);
   talvo_ustring *wholeDocument = talvo_ustring_newutf8("", 0);
-  ReferenceCtx *reference =
-      talvo_xml_signature_referencectx_new(kSha256, NULL, wholeDocument, NULL, NULL, transforms);
+  ReferenceCtx *reference = talvo_xml_signature_referencectx_new(
+      TALVO_DIGEST_SHA256, NULL, wholeDocument, NULL, NULL, transforms);
   talvo_arraylist *references = listOf(reference);
   SignedInfoCtx *signedInfo =
-      talvo_xml_signature_signedinfoctx_new(NULL, kC14n10, NULL, method, references);
+      talvo_xml_signature_signedinfoctx_new(NULL, TALVO_C14N_10, NULL, method, references);
   talvo_arraylist_free(references);
   talvo_xml_signature_referencectx_free(reference);
   talvo_ustring_free(wholeDocument);
@@ -90,9 +77,9 @@ static SignedInfoCtx *newSignedInfo(int32_t method) {
 /* Appends a signature to the children of the root element. */
 static int sign(XmlDoc *doc, TalvoPKICert *signer) {
   int32_t keyType = 0;
-  TalvoPKICertGetCertIntegerAttribute(signer, kKeyType, &keyType);
-  SignedInfoCtx *signedInfo =
-      newSignedInfo(keyType == kTypeEllipticCurve ? kEcdsaSha256 : kRsaSha256);
+  TalvoPKICertGetCertIntegerAttribute(signer, TALVO_CERT_KEY_TYPE, &keyType);
+  SignedInfoCtx *signedInfo = newSignedInfo(
+      keyType == TALVO_KEY_TYPE_EC ? TALVO_SIGNATURE_ECDSA_SHA256 : TALVO_SIGNATURE_RSA_SHA256);
   XmlNode *signature = NULL; /* borrowed: it belongs to the document */
   uint32_t error = 0;
   int done = talvo_xml_signature_sign(doc, talvo_xml_doc_getrootelement(doc), NULL, NULL,
@@ -108,7 +95,7 @@ static int sign(XmlDoc *doc, TalvoPKICert *signer) {
  * decide; the library does not. */
 static void printSigner(const SignatureKey *key) {
   TalvoPKICert *certificate = talvo_xml_signature_key_getcert(key);
-  talvo_ustring *subject = TalvoPKICertGetCertStringAttribute(certificate, kSubjectName);
+  talvo_ustring *subject = TalvoPKICertGetCertStringAttribute(certificate, TALVO_CERT_SUBJECT);
   printf("signed by %s\n", subject != NULL ? talvo_ustring_getutf8(subject) : "a bare key");
   talvo_ustring_free(subject);
   TalvoPKICertFreeCert(certificate);

@@ -5,38 +5,41 @@
 
 #include <openssl/obj_mac.h>
 
+#include "talvo_crypto.h"
+
 namespace talvo::crypto {
 
 namespace {
 
-constexpr int32_t kMd5 = 0x1000;
-constexpr int32_t kSha1 = 0x2000;
-constexpr int32_t kSha224 = 0x3000;
-constexpr int32_t kSha256 = 0x4000;
-constexpr int32_t kSha384 = 0x5000;
-constexpr int32_t kSha512 = 0x6000;
-constexpr int32_t kSm3 = 0x7000;
-
 constexpr HashAlgorithm kHashes[] = {
-    {kMd5, "MD5", NID_md5, 16},
-    {kSha1, "SHA1", NID_sha1, 20},
-    {kSha224, "SHA2-224", NID_sha224, 28},
-    {kSha256, "SHA2-256", NID_sha256, 32},
-    {kSha384, "SHA2-384", NID_sha384, 48},
-    {kSha512, "SHA2-512", NID_sha512, 64},
-    {kSm3, "SM3", NID_sm3, 32},
+    {TALVO_HASH_MD5, "MD5", NID_md5, 16},
+    {TALVO_HASH_SHA1, "SHA1", NID_sha1, 20},
+    {TALVO_HASH_SHA224, "SHA2-224", NID_sha224, 28},
+    {TALVO_HASH_SHA256, "SHA2-256", NID_sha256, 32},
+    {TALVO_HASH_SHA384, "SHA2-384", NID_sha384, 48},
+    {TALVO_HASH_SHA512, "SHA2-512", NID_sha512, 64},
+    {TALVO_HASH_SM3, "SM3", NID_sm3, 32},
 };
 
 constexpr MacAlgorithm kMacs[] = {
-    {0x20000, kMd5},    {0x40000, kSha1},   {0x60000, kSha224},
-    {0x80000, kSha256}, {0xa0000, kSha384}, {0xc0000, kSha512},
+    {TALVO_MAC_HMAC_MD5, TALVO_HASH_MD5},       {TALVO_MAC_HMAC_SHA1, TALVO_HASH_SHA1},
+    {TALVO_MAC_HMAC_SHA224, TALVO_HASH_SHA224}, {TALVO_MAC_HMAC_SHA256, TALVO_HASH_SHA256},
+    {TALVO_MAC_HMAC_SHA384, TALVO_HASH_SHA384}, {TALVO_MAC_HMAC_SHA512, TALVO_HASH_SHA512},
 };
 
 constexpr SigningAlgorithm kSignatures[] = {
-    {1, KeyFamily::rsa, kMd5},    {2, KeyFamily::rsa, kSha1},   {4, KeyFamily::rsa, kSha256},
-    {5, KeyFamily::rsa, kSha384}, {6, KeyFamily::rsa, kSha512}, {13, KeyFamily::dsa, kSha1},
-    {16, KeyFamily::ec, kSha1},   {17, KeyFamily::ec, kSha224}, {18, KeyFamily::ec, kSha256},
-    {19, KeyFamily::ec, kSha384}, {20, KeyFamily::ec, kSha512}, {25, KeyFamily::sm2, kSm3},
+    {TALVO_CRYPTO_RSA_MD5, KeyFamily::rsa, TALVO_HASH_MD5},
+    {TALVO_CRYPTO_RSA_SHA1, KeyFamily::rsa, TALVO_HASH_SHA1},
+    {TALVO_CRYPTO_RSA_SHA256, KeyFamily::rsa, TALVO_HASH_SHA256},
+    {TALVO_CRYPTO_RSA_SHA384, KeyFamily::rsa, TALVO_HASH_SHA384},
+    {TALVO_CRYPTO_RSA_SHA512, KeyFamily::rsa, TALVO_HASH_SHA512},
+    {TALVO_CRYPTO_DSA_SHA1, KeyFamily::dsa, TALVO_HASH_SHA1},
+    {TALVO_CRYPTO_ECDSA_SHA1, KeyFamily::ec, TALVO_HASH_SHA1},
+    {TALVO_CRYPTO_ECDSA_SHA224, KeyFamily::ec, TALVO_HASH_SHA224},
+    {TALVO_CRYPTO_ECDSA_SHA256, KeyFamily::ec, TALVO_HASH_SHA256},
+    {TALVO_CRYPTO_ECDSA_SHA384, KeyFamily::ec, TALVO_HASH_SHA384},
+    {TALVO_CRYPTO_ECDSA_SHA512, KeyFamily::ec, TALVO_HASH_SHA512},
+    {TALVO_CRYPTO_SM2_SM3, KeyFamily::sm2, TALVO_HASH_SM3},
 };
 
 // One slot for each row of kHashes. They are filled on first use and live as long as the process:
@@ -110,16 +113,16 @@ EVP_MAC *hmac() noexcept {
 int32_t keyTypeNumber(KeyFamily family) noexcept {
   switch (family) {
     case KeyFamily::rsa:
-      return 1;
+      return TALVO_KEY_TYPE_RSA;
     case KeyFamily::dsa:
-      return 2;
+      return TALVO_KEY_TYPE_DSA;
     case KeyFamily::ec:
     case KeyFamily::sm2:
-      return 4;
+      return TALVO_KEY_TYPE_EC;
     case KeyFamily::other:
       break;
   }
-  return 0;
+  return TALVO_KEY_TYPE_OTHER;
 }
 
 }  // namespace talvo::crypto

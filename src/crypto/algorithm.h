@@ -10,7 +10,7 @@
 
 namespace talvo::crypto {
 
-// What a key is good for. `ec` and `sm2` are both key type 4 to callers, yet neither can do the
+// What a key is good for. `ec` and `sm2` are one key type to callers, yet neither can do the
 // other's work.
 enum class KeyFamily { other, rsa, dsa, ec, sm2 };
 
@@ -42,7 +42,7 @@ const SigningAlgorithm *signingByNumber(int32_t number) noexcept;
 const EVP_MD *digestOf(const HashAlgorithm *hash) noexcept;
 EVP_MAC *hmac() noexcept;
 
-// The key type as callers know it: 1 RSA, 2 DSA, 4 elliptic curve, 0 anything else.
+// The key type as callers know it.
 int32_t keyTypeNumber(KeyFamily family) noexcept;
 
 }  // namespace talvo::crypto

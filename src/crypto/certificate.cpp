@@ -8,8 +8,6 @@ using namespace talvo::crypto;
 
 namespace {
 
-constexpr int32_t kUnlock = 0x40000000;
-
 bool belongs(const Key &key, const X509 *certificate) noexcept {
   return samePublicKey(key, publicKeyOf(certificate));
 }
@@ -60,7 +58,7 @@ void unlock(TalvoPKICert *certificate, const char *credential) noexcept {
 }
 
 bool isKeyUsage(int32_t usage) noexcept {
-  return usage == kUsageSign || usage == kUsageVerify;
+  return usage == TALVO_USE_SIGN || usage == TALVO_USE_VERIFY;
 }
 
 }  // namespace
@@ -144,9 +142,12 @@ int32_t TalvoPKICertAddChainCert(TalvoPKICert *cert, const TalvoPKICert *compani
 
 int32_t TalvoPKICertHasKeyPair(const TalvoPKICert *cert) noexcept {
   if (cert == nullptr) {
-    return 0;
+    return TALVO_KEY_PAIR_NONE;
   }
-  return cert->key ? 1 : cert->lockedKey ? 2 : 0;
+  if (cert->key) {
+    return TALVO_KEY_PAIR_PRESENT;
+  }
+  return cert->lockedKey ? TALVO_KEY_PAIR_LOCKED : TALVO_KEY_PAIR_NONE;
 }
 
 TalvoPKIPublicKey *TalvoPKICertGetCertPublicKey(const TalvoPKICert *cert, int32_t usage) noexcept {
@@ -163,7 +164,7 @@ TalvoPKIKeyPair *TalvoPKICertGetCertKeyPair(TalvoPKICert *cert, int32_t flags, i
     return nullptr;
   }
   ErrorQueueScope errors;
-  if (!cert->key && cert->lockedKey && (flags & kUnlock) != 0) {
+  if (!cert->key && cert->lockedKey && (flags & TALVO_KEY_PAIR_UNLOCK) != 0) {
     unlock(cert, credential);
   }
   return cert->key ? newKeyPair(share(cert->key)) : nullptr;

@@ -10,17 +10,7 @@ using namespace talvo::crypto;
 
 namespace {
 
-constexpr int32_t kKeyType = 4;
-constexpr int32_t kKeyUsage = 6;
-constexpr int32_t kSerialNumber = 32;
-constexpr int32_t kDigest = 44;
-constexpr int32_t kSubject = 48;
-constexpr int32_t kIssuer = 49;
-constexpr int32_t kFormDer = 1;
-constexpr int32_t kFormRfc4514 = 1;
-
 constexpr int kUsageBits = 9;
-constexpr int32_t kAnyUsage = 0x1FF;
 
 // The bits of the extension as they are numbered in the standard. OpenSSL's own summary counts them
 // from the other end of each octet.
@@ -39,7 +29,7 @@ int32_t usageOf(const ASN1_BIT_STRING *bits) noexcept {
 int32_t keyUsage(const X509 *x509, int32_t *usage) noexcept {
   const int index = X509_get_ext_by_NID(x509, NID_key_usage, -1);
   if (index < 0) {
-    *usage = kAnyUsage;
+    *usage = TALVO_KEY_USAGE_ANY;
     return 1;
   }
   if (X509_get_ext_by_NID(x509, NID_key_usage, index) >= 0) {
@@ -62,7 +52,7 @@ DistinguishedName nameOf(const X509_NAME *name) noexcept {
 }
 
 talvo_ustring *textOfName(const X509_NAME *name) noexcept {
-  return talvo_cert_dn_getldapstring(nameOf(name).get(), kFormRfc4514);
+  return talvo_cert_dn_getldapstring(nameOf(name).get(), TALVO_DN_RFC4514);
 }
 
 talvo_ustring *serialNumber(const X509 *x509) noexcept {
@@ -84,7 +74,7 @@ talvo_time *talvo::crypto::newTime(const ASN1_TIME *time, int32_t nanosecond) no
 
 int32_t TalvoPKICertGetCertEncode(const TalvoPKICert *cert, int32_t form, uint8_t **encoded,
                                   size_t *length) noexcept {
-  if (cert == nullptr || form != kFormDer) {
+  if (cert == nullptr || form != TALVO_ENCODING_DER) {
     return 0;
   }
   ErrorQueueScope errors;
@@ -97,11 +87,11 @@ int32_t TalvoPKICertGetCertIntegerAttribute(const TalvoPKICert *cert, int32_t at
     return 0;
   }
   ErrorQueueScope errors;
-  if (attribute == kKeyType) {
+  if (attribute == TALVO_CERT_KEY_TYPE) {
     *value = keyTypeNumber(familyOf(X509_get0_pubkey(cert->x509.get())));
     return 1;
   }
-  return attribute == kKeyUsage ? keyUsage(cert->x509.get(), value) : 0;
+  return attribute == TALVO_CERT_KEY_USAGE ? keyUsage(cert->x509.get(), value) : 0;
 }
 
 talvo_ustring *TalvoPKICertGetCertStringAttribute(const TalvoPKICert *cert,
@@ -111,11 +101,11 @@ talvo_ustring *TalvoPKICertGetCertStringAttribute(const TalvoPKICert *cert,
   }
   ErrorQueueScope errors;
   switch (attribute) {
-    case kSerialNumber:
+    case TALVO_CERT_SERIAL_NUMBER:
       return serialNumber(cert->x509.get());
-    case kSubject:
+    case TALVO_CERT_SUBJECT:
       return textOfName(X509_get_subject_name(cert->x509.get()));
-    case kIssuer:
+    case TALVO_CERT_ISSUER:
       return textOfName(X509_get_issuer_name(cert->x509.get()));
     default:
       return nullptr;
@@ -125,7 +115,7 @@ talvo_ustring *TalvoPKICertGetCertStringAttribute(const TalvoPKICert *cert,
 int32_t TalvoPKICertGetCertHashAttribute(const TalvoPKICert *cert, int32_t attribute, int32_t hash,
                                          uint8_t **digest, size_t *length) noexcept {
   const HashAlgorithm *algorithm = hashByNumber(hash);
-  if (cert == nullptr || attribute != kDigest || algorithm == nullptr) {
+  if (cert == nullptr || attribute != TALVO_CERT_DIGEST || algorithm == nullptr) {
     return 0;
   }
   ErrorQueueScope errors;
@@ -148,10 +138,11 @@ talvo_cert_dn *TalvoPKICertGetCertIssuer(const TalvoPKICert *cert) noexcept {
 }
 
 talvo_time *TalvoPKICertGetCertValidity(const TalvoPKICert *cert, int32_t which) noexcept {
-  if (cert == nullptr || which < 0 || which > 1) {
+  if (cert == nullptr || which < TALVO_VALIDITY_START || which > TALVO_VALIDITY_END) {
     return nullptr;
   }
   ErrorQueueScope errors;
-  return newTime(
-      which == 0 ? X509_get0_notBefore(cert->x509.get()) : X509_get0_notAfter(cert->x509.get()), 0);
+  return newTime(which == TALVO_VALIDITY_START ? X509_get0_notBefore(cert->x509.get())
+                                               : X509_get0_notAfter(cert->x509.get()),
+                 0);
 }

@@ -19,10 +19,6 @@ struct Key {
 // What every SM2 signature covers beside its text. OpenSSL would take the empty identifier.
 inline constexpr std::string_view kSm2Identifier = "1234567812345678";
 
-// What the usage argument of the certificate's key operations may be.
-inline constexpr int32_t kUsageSign = 2;
-inline constexpr int32_t kUsageVerify = 0x10000002;
-
 KeyFamily familyOf(const EVP_PKEY *key) noexcept;
 
 // Wraps a key that was just read. OpenSSL calls a key on the SM2 curve "EC" or "SM2" depending on

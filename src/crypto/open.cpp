@@ -219,7 +219,8 @@ bool isPem(Bytes bytes) noexcept {
 Octets decodeBase64(Bytes text) noexcept {
   uint8_t *bytes = nullptr;
   size_t length = 0;
-  if (talvo_base64_decode(textOf(text).data(), text.size(), 3, &bytes, &length) != 1) {
+  if (talvo_base64_decode(textOf(text).data(), text.size(), TALVO_BASE64_LINES, &bytes, &length) !=
+      1) {
     return {};
   }
   return {ByteBuffer(bytes), length};

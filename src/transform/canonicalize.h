@@ -28,8 +28,8 @@ class OctetCollector final : public OctetSink {
 // Where a node set must become octets and nobody said how.
 constexpr int32_t kDefaultC14n = TALVO_C14N_10;
 
-// The three functions take methods 1 to 4, 6 and 7; prefixes count for 3 and 4 only and may be
-// null. A canonicalisation can fail after octets were written: then they mean nothing.
+// The three functions take every method but the minimal one; prefixes count for the exclusive ones
+// only and may be null. A canonicalisation can fail after octets were written: then they mean nothing.
 bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **prefixes) noexcept;
 // Comments are part of it when the method writes them. A document node stands for the whole
 // document; an element that is not linked into its document fails.

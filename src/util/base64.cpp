@@ -10,15 +10,14 @@ namespace {
 constexpr char kSource[] = "base64";
 constexpr size_t kLineLength = 64;
 
-enum Mode : int32_t { decodeOnly = 2, lines = 3, oneLine = 4 };
-
 // The length of the encoded text without the NUL; 0 also when it cannot be expressed.
 bool encodedLength(size_t length, int32_t mode, size_t &out) noexcept {
   if (length > std::numeric_limits<ptrdiff_t>::max() / 2) {
     return false;
   }
   const size_t digits = (length + 2) / 3 * 4;
-  const size_t lineFeeds = mode == lines && digits > 0 ? (digits - 1) / kLineLength : 0;
+  const size_t lineFeeds =
+      mode == TALVO_BASE64_LINES && digits > 0 ? (digits - 1) / kLineLength : 0;
   out = digits + lineFeeds;
   return true;
 }
@@ -56,7 +55,8 @@ using namespace talvo::util;
 int32_t talvo_base64_encode(const void *bytes, size_t length, int32_t mode, char **text,
                             size_t *textLength) noexcept {
   size_t needed = 0;
-  if ((bytes == nullptr && length > 0) || text == nullptr || (mode != lines && mode != oneLine) ||
+  if ((bytes == nullptr && length > 0) || text == nullptr ||
+      (mode != TALVO_BASE64_LINES && mode != TALVO_BASE64_ONE_LINE) ||
       !encodedLength(length, mode, needed)) {
     return 0;
   }
@@ -64,7 +64,8 @@ int32_t talvo_base64_encode(const void *bytes, size_t length, int32_t mode, char
   if (!encoded) {
     return 0;
   }
-  encodeInto(Bytes(static_cast<const uint8_t *>(bytes), length), mode == lines, encoded.get());
+  encodeInto(Bytes(static_cast<const uint8_t *>(bytes), length), mode == TALVO_BASE64_LINES,
+             encoded.get());
   *text = encoded.release();
   if (textLength != nullptr) {
     *textLength = needed;
@@ -74,8 +75,8 @@ int32_t talvo_base64_encode(const void *bytes, size_t length, int32_t mode, char
 
 int32_t talvo_base64_decode(const char *text, size_t length, int32_t mode, uint8_t **bytes,
                             size_t *byteLength) noexcept {
-  if (text == nullptr || length == 0 || mode < decodeOnly || mode > oneLine || bytes == nullptr ||
-      byteLength == nullptr) {
+  if (text == nullptr || length == 0 || mode < TALVO_BASE64_DECODE ||
+      mode > TALVO_BASE64_ONE_LINE || bytes == nullptr || byteLength == nullptr) {
     return 0;
   }
   ByteBuffer decoded = makeBytes(kSource, Base64Decoder::outputBound(length));

@@ -177,7 +177,8 @@ talvo_stream *talvo_stream_newmemory(size_t capacity) noexcept {
 
 talvo_stream *talvo_stream_new_base64(int32_t direction, int32_t lineLength, int32_t mode,
                                       int32_t flags) noexcept {
-  const bool isKnown = direction == 2 && lineLength == 64 && mode == 3 && flags == 0;
+  const bool isKnown = direction == TALVO_BASE64_DECODE && lineLength == 64 &&
+                       mode == TALVO_BASE64_LINES && flags == 0;
   return isKnown ? asStream(make<Base64Stream>(kSource)) : nullptr;
 }
 

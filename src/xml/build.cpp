@@ -128,11 +128,12 @@ bool addAttribute(XmlNode *element, const talvo_ustring *name,
 using namespace talvo;
 
 XmlDoc *talvo_xml_doc_new(uint32_t version) noexcept {
-  if (version > 1) {
+  if (version > TALVO_XML_11) {
     return nullptr;
   }
   const MemoryWatch watch;
-  return handOutDocument(watch, NativeDoc(xmlNewDoc(xmlText(version == 0 ? "1.0" : "1.1"))), 0);
+  return handOutDocument(watch,
+                         NativeDoc(xmlNewDoc(xmlText(version == TALVO_XML_10 ? "1.0" : "1.1"))), 0);
 }
 
 XmlNode *talvo_xml_node_newelem(const XmlNode *ns, const talvo_ustring *name) noexcept {

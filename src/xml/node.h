@@ -13,13 +13,13 @@ namespace talvo {
 
 // The codes of talvo_xml_node_gettype.
 enum class NodeKind : uint32_t {
-  element = 1,
-  attribute = 2,
-  text = 3,
-  processingInstruction = 4,
-  comment = 5,
-  document = 6,
-  namespaceDeclaration = 7,
+  element = TALVO_NODE_ELEMENT,
+  attribute = TALVO_NODE_ATTRIBUTE,
+  text = TALVO_NODE_TEXT,
+  processingInstruction = TALVO_NODE_PROCESSING_INSTRUCTION,
+  comment = TALVO_NODE_COMMENT,
+  document = TALVO_NODE_DOCUMENT,
+  namespaceDeclaration = TALVO_NODE_NAMESPACE,
   unsupported = 0xFFFFFFFF,
 };
 

@@ -44,8 +44,6 @@ namespace {
 constexpr int kOptions = XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NOCDATA;
 static_assert(kOptions == 16394);
 
-constexpr uint32_t kNoNetwork = 1;
-constexpr uint32_t kNoExternals = 2;
 constexpr int64_t kLargestSize = 2147483647;
 
 void forbidExternals(xmlSAXHandler *handler) noexcept {
@@ -62,7 +60,7 @@ XmlDoc *talvo_xml_parse(const void *buffer, int64_t size) noexcept {
 
 XmlDoc *talvo_xml_parse_ex(const void *buffer, int64_t size, uint32_t flags) noexcept {
   if (buffer == nullptr || size < 1 || size > kLargestSize ||
-      (flags & ~(kNoNetwork | kNoExternals)) != 0) {
+      (flags & ~(TALVO_PARSE_NO_NETWORK | TALVO_PARSE_NO_EXTERNALS)) != 0) {
     return nullptr;
   }
   const MemoryWatch watch;
@@ -70,10 +68,10 @@ XmlDoc *talvo_xml_parse_ex(const void *buffer, int64_t size, uint32_t flags) noe
   if (!context) {
     return nullptr;
   }
-  if ((flags & kNoExternals) != 0) {
+  if ((flags & TALVO_PARSE_NO_EXTERNALS) != 0) {
     forbidExternals(context->sax);
   }
-  const int options = (flags & kNoNetwork) != 0 ? kOptions | XML_PARSE_NONET : kOptions;
+  const int options = (flags & TALVO_PARSE_NO_NETWORK) != 0 ? kOptions | XML_PARSE_NONET : kOptions;
   return handOutDocument(
       watch,
       NativeDoc(xmlCtxtReadMemory(context.get(), static_cast<const char *>(buffer),

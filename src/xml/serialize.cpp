@@ -10,7 +10,6 @@
 namespace talvo {
 namespace {
 
-constexpr uint32_t kOmitDeclaration = 1;
 constexpr char kUtf8[] = "UTF-8";
 
 using File = Handle<std::FILE, std::fclose>;
@@ -37,7 +36,7 @@ XmlBuffer saveDoc(const XmlDoc *doc, const char *encoding, uint32_t flags) noexc
   if (talvo_xml_doc_getrootelement(doc) == nullptr) {
     return nullptr;
   }
-  const int options = (flags & kOmitDeclaration) != 0 ? XML_SAVE_NO_DECL : 0;
+  const int options = (flags & TALVO_DUMP_NO_DECLARATION) != 0 ? XML_SAVE_NO_DECL : 0;
   return saveToBuffer(encoding, options,
                       [doc](xmlSaveCtxt *context) { return xmlSaveDoc(context, nativeDoc(doc)); });
 }

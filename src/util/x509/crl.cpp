@@ -43,7 +43,7 @@ X509Crl readPem(std::string_view text) noexcept {
 X509Crl readBase64(std::string_view text) noexcept {
   uint8_t *bytes = nullptr;
   size_t length = 0;
-  if (talvo_base64_decode(text.data(), text.size(), 3, &bytes, &length) != 1) {
+  if (talvo_base64_decode(text.data(), text.size(), TALVO_BASE64_LINES, &bytes, &length) != 1) {
     return nullptr;
   }
   const ByteBuffer der(bytes);

@@ -225,7 +225,7 @@ void talvo_cert_dn_free(talvo_cert_dn *dn) noexcept {
 }
 
 talvo_ustring *talvo_cert_dn_getldapstring(const talvo_cert_dn *dn, int32_t form) noexcept {
-  if (dn == nullptr || form != 1) {
+  if (dn == nullptr || form != TALVO_DN_RFC4514) {
     return nullptr;
   }
   const ErrorQueueScope errors;
