@@ -26,6 +26,12 @@ struct TrustRules {
   bool pinIgnoresDates = false;
 };
 
+// Whether an extended key usage holds nothing but time-stamping and OCSP signing, or cannot be read.
+bool isForServicesOnly(const X509 *x509) noexcept;
+// Whether key, and signature, of a certificate are as strong as the rules ask.
+bool isStrongKey(X509 *x509, const TrustRules &rules) noexcept;
+bool isStrongSignature(X509 *x509, const TrustRules &rules) noexcept;
+
 // What a CRL says about one certificate.
 enum class CrlAnswer { speaksOfAnother, unusable, good, revoked };
 CrlAnswer askCrl(X509_CRL *crl, const X509 *certificate, X509 *issuer, time_t now) noexcept;
