@@ -3,12 +3,8 @@
 #include <functional>
 #include <set>
 
-#include "base/list.h"
-#include "base/utf8.h"
-#include "signature/record/record.h"
-#include "support/corpus.h"
+#include "interop/corpus_support.h"
 #include "support/keys.h"
-#include "support/library_test.h"
 
 namespace talvo::test {
 namespace {
@@ -21,15 +17,8 @@ struct Verdicts {
   std::set<std::string> refused;  // files, "@" behind one that was judged with its base path
 };
 
-class XadesCorpusTest : public LibraryTest {
+class XadesCorpusTest : public CorpusTest {
  protected:
-  void SetUp() override {
-    LibraryTest::SetUp();
-    if (corpusDirectory().empty()) {
-      GTEST_SKIP() << "TALVO_XML_CORPUS is not set";
-    }
-  }
-
   // Judges each of the properties of every signature of every file, once with each base path.
   static Verdicts judgeAll(int32_t (*count)(const Signature *), const Judge &holds) {
     Verdicts verdicts;
@@ -47,16 +36,12 @@ class XadesCorpusTest : public LibraryTest {
   static void judgeFile(const CorpusRow &row, const std::string &name,
                         int32_t (*count)(const Signature *), const Judge &holds,
                         Verdicts *verdicts) {
-    const std::string text = readFile(corpusDirectory() + "/" + row.at("file"));
-    const Document document(talvo_xml_parse(text.data(), static_cast<int64_t>(text.size())));
-    talvo_arraylist *found = nullptr;
-    talvo_xml_node_findsignature(talvo_xml_doc_getrootelement(document.get()), &found);
-    const List signatures(found);
+    const Document document = corpusDocument(row);
+    const List signatures = signaturesOf(document);
     for (XmlNode *element : items<XmlNode>(signatures)) {
       const SignatureRecord record(talvo_xml_decode_signature(element));
-      if (!row.at("base").empty()) {
-        talvo_xml_signature_setbasepath(record.get(),
-                                        makeString(corpusDirectory() + "/" + row.at("base")).get());
+      if (const UString base = basePathOf(row)) {
+        talvo_xml_signature_setbasepath(record.get(), base.get());
       }
       for (int32_t index = 0; index < count(record.get()); ++index) {
         if (holds(record.get(), index)) {

@@ -1,127 +1,42 @@
 // An independent judge: signatures made here are accepted by the xmlsec1 program, and those that it makes from a
 // template are accepted here.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
-#include <gtest/gtest.h>
-
-#include "base/utf8.h"
-#include "support/corpus.h"
 #include "support/signing.h"
+#include "support/workshop.h"
 
 namespace talvo::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 class XmlsecTest : public LibraryTest {
  protected:
   void SetUp() override {
     LibraryTest::SetUp();
-    if (std::system("xmlsec1 --version >/dev/null 2>&1") != 0) {
+    if (!hasProgram("xmlsec1")) {
       GTEST_SKIP() << "the program xmlsec1 is not installed";
     }
-    char name[] = "/tmp/talvo-xmlsec-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    folder_ = name;
   }
 
-  void TearDown() override {
-    fs::remove_all(folder_);
-    LibraryTest::TearDown();
+  // Its judgement on a document signed by the identity; what it says is shown when it is another than expected.
+  void expectJudgement(bool expected, const std::string &xml, const Identity &signer) const {
+    workshop_.write("signed.xml", xml);
+    workshop_.write("certificate.pem", signer.pem());
+    EXPECT_EQ(workshop_.run("xmlsec1 --verify --trusted-pem certificate.pem signed.xml"), expected)
+        << workshop_.read("log");
   }
 
-  std::string path(const std::string &name) const { return folder_ + "/" + name; }
-
-  void write(const std::string &name, const std::string &bytes) const {
-    std::ofstream(path(name), std::ios::binary) << bytes;
-  }
-
-  // True when the judge's exit status is 0; its output is shown when it is not.
-  bool run(const std::string &arguments) const {
-    const std::string log = path("log");
-    const bool done =
-        std::system(("cd " + folder_ + " && xmlsec1 " + arguments + " >log 2>&1").c_str()) == 0;
-    if (!done) {
-      std::printf("%s\n", readFile(log).c_str());
-    }
-    return done;
-  }
-
- private:
-  std::string folder_;
+  Workshop workshop_;
 };
-
-struct JudgeCase {
-  const char *name;
-  KeyKind kind;
-  SignaturePlan plan;
-};
-
-constexpr const char *kDocument =
-    "<?xml version='1.0'?>\n<?keep this?><!-- prolog --><a:root xmlns:a='urn:a' xmlns='urn:d' "
-    "xml:lang='de'>"
-    "<part xml:id='p' a:z='1' b='2'>Grüße &lt;&#13;</part><!-- inside --></a:root>\n<!-- epilog "
-    "-->";
-
-std::vector<JudgeCase> judgeCases() {
-  const ReferencePlan whole{"", {{48, {}, {}}}};
-  std::vector<JudgeCase> rows;
-  for (const auto &[method, kind] : std::vector<std::pair<int32_t, KeyKind>>{{65, KeyKind::rsa},
-                                                                             {68, KeyKind::rsa},
-                                                                             {69, KeyKind::rsa},
-                                                                             {70, KeyKind::rsa},
-                                                                             {72, KeyKind::dsa},
-                                                                             {73, KeyKind::p256},
-                                                                             {74, KeyKind::p224},
-                                                                             {75, KeyKind::p256},
-                                                                             {76, KeyKind::p384},
-                                                                             {77, KeyKind::p521}}) {
-    rows.push_back({"method", kind, {.references = {whole}, .signatureMethod = method}});
-  }
-  for (const uint32_t c14n : {1u, 2u, 6u, 7u}) {
-    rows.push_back({"canonicalisation", KeyKind::rsa, {.references = {whole}, .c14nMethod = c14n}});
-  }
-  for (const uint32_t c14n : {3u, 4u}) {
-    rows.push_back({"exclusive",
-                    KeyKind::rsa,
-                    {.references = {whole}, .c14nMethod = c14n, .prefixes = {"a"}}});
-  }
-  for (const uint32_t digest : {1u, 3u, 4u, 5u, 6u}) {
-    rows.push_back({"digest",
-                    KeyKind::rsa,
-                    {.references = {{"", {{48, {}, {}}}, digest}, {"#p", {}, digest}}}});
-  }
-  for (const int32_t transform : {1, 2, 6, 7}) {
-    rows.push_back(
-        {"transform", KeyKind::rsa, {.references = {{"", {{48, {}, {}}, {transform, {}, {}}}}}}});
-  }
-  rows.push_back({"xpath",
-                  KeyKind::rsa,
-                  {.references = {{"", {{32, {}, "not(ancestor-or-self::ds:Signature)"}}}}}});
-  rows.push_back({"xpointer",
-                  KeyKind::rsa,
-                  {.references = {{"#xpointer(/)", {{48, {}, {}}}}, {"#xpointer(id('p'))"}}}});
-  return rows;
-}
 
 TEST_F(XmlsecTest, AcceptsWhatIsSignedHere) {
-  for (const JudgeCase &row : judgeCases()) {
-    SCOPED_TRACE(std::string(row.name) + " " + std::to_string(row.plan.signatureMethod) + " " +
-                 std::to_string(row.plan.c14nMethod));
-    const Identity signer = makeIdentity({.kind = row.kind, .keyUsage = kDigitalSignature});
-    const Document document = parse(kDocument);
-    const Signed made = signPlan(signer, document.get(), row.plan);
-    ASSERT_TRUE(made) << made.error;
-    write("signed.xml", dump(document.get()));
-    write("certificate.pem", signer.pem());
-    EXPECT_TRUE(run("--verify --trusted-pem certificate.pem signed.xml"));
-    write("changed.xml", replaced(dump(document.get()), "Grüße", "grüße"));
-    EXPECT_NE(std::system(("xmlsec1 --verify --trusted-pem " + path("certificate.pem") + " " +
-                           path("changed.xml") + " >/dev/null 2>&1")
-                              .c_str()),
-              0);
+  for (const auto &[name, kind, plan] : everyPlan()) {
+    if (name.find("SM") != std::string::npos || name == "XPath by here") {
+      continue;  // it does not know these
+    }
+    SCOPED_TRACE(name);
+    const Identity signer = makeIdentity({.kind = kind, .keyUsage = kDigitalSignature});
+    const Document document = parse(kPlannedDocument);
+    ASSERT_TRUE(signPlan(signer, document.get(), plan));
+    expectJudgement(true, dump(document.get()), signer);
+    expectJudgement(false, replaced(dump(document.get()), "Grüße", "grüße"), signer);
   }
 }
 
@@ -141,14 +56,6 @@ std::string templateOf(const std::string &c14n, const std::string &signature,
          "</KeyInfo></Signature></doc>";
 }
 
-struct TemplateCase {
-  KeyKind kind;
-  std::string c14n;
-  std::string signature;
-  std::string transforms;
-  std::string digest;
-};
-
 TEST_F(XmlsecTest, SignaturesThatItMakesAreAccepted) {
   const std::string enveloped = method("Transform", "2000/09/xmldsig#enveloped-signature");
   const std::string xpath =
@@ -159,9 +66,16 @@ TEST_F(XmlsecTest, SignaturesThatItMakesAreAccepted) {
       "<Transform Algorithm='http://www.w3.org/2001/10/xml-exc-c14n#'><InclusiveNamespaces "
       "xmlns='http://www.w3.org/2001/10/xml-exc-c14n#' PrefixList='p #default'/></Transform>";
   const std::string c14n = "TR/2001/REC-xml-c14n-20010315";
-  for (const TemplateCase &row : {
-           TemplateCase{KeyKind::rsa, c14n, "2001/04/xmldsig-more#rsa-sha256", enveloped,
-                        "2001/04/xmlenc#sha256"},
+  struct Row {
+    KeyKind kind;
+    std::string c14n;
+    std::string signature;
+    std::string transforms;
+    std::string digest;
+  };
+  for (const Row &row : {
+           Row{KeyKind::rsa, c14n, "2001/04/xmldsig-more#rsa-sha256", enveloped,
+               "2001/04/xmlenc#sha256"},
            {KeyKind::rsa, "2001/10/xml-exc-c14n#", "2001/04/xmldsig-more#rsa-sha512",
             enveloped + prefixed, "2001/04/xmlenc#sha512"},
            {KeyKind::rsa, "2006/12/xml-c14n11", "2000/09/xmldsig#rsa-sha1", xpath,
@@ -173,14 +87,16 @@ TEST_F(XmlsecTest, SignaturesThatItMakesAreAccepted) {
        }) {
     SCOPED_TRACE(row.signature);
     const Identity signer = makeIdentity({.kind = row.kind, .keyUsage = kDigitalSignature});
-    write("template.xml", templateOf(row.c14n, row.signature, row.transforms, row.digest));
-    write("key.pem", privateKeyPem(row.kind));
-    write("certificate.pem", signer.pem());
-    ASSERT_TRUE(
-        run("--sign --output signed.xml --privkey-pem key.pem,certificate.pem template.xml"));
-    const std::string signedText = readFile(path("signed.xml"));
-    EXPECT_EQ(verifyAll(parse(signedText).get()), 0u);
-    EXPECT_EQ(verifyAll(parse(replaced(signedText, "Daten", "daten")).get()), 2u);
+    workshop_.write("template.xml",
+                    templateOf(row.c14n, row.signature, row.transforms, row.digest));
+    workshop_.write("key.pem", privateKeyPem(row.kind));
+    workshop_.write("certificate.pem", signer.pem());
+    ASSERT_TRUE(workshop_.run(
+        "xmlsec1 --sign --output signed.xml --privkey-pem key.pem,certificate.pem template.xml"))
+        << workshop_.read("log");
+    const std::string signedText = workshop_.read("signed.xml");
+    EXPECT_EQ(verifyAll(signedText), 0u);
+    EXPECT_EQ(verifyAll(replaced(signedText, "Daten", "daten")), 2u);
   }
 }
 

@@ -8,19 +8,19 @@
 #include "talvo_xml.h"
 
 #include "base/list.h"
-#include "base/utf8.h"
 #include "signature/context/context.h"
+#include "support/text.h"
 
 namespace talvo::test {
 
-inline void freeStringItem(void *item) {
+inline void freeStringItem(void *item) noexcept {
   talvo_ustring_free(static_cast<talvo_ustring *>(item));
 }
 
 inline List stringList(std::initializer_list<std::string_view> texts) {
   List list(talvo_arraylist_new(nullptr, freeStringItem));
   for (const std::string_view text : texts) {
-    append(list, makeString(text));
+    append(list, str(text));
   }
   return list;
 }
@@ -33,15 +33,6 @@ List listOf(std::initializer_list<Item *> borrowed) {
     talvo_arraylist_pushback(list.get(), item);
   }
   return list;
-}
-
-inline std::string textOf(const UString &string) {
-  return string == nullptr ? "(null)" : std::string(viewOf(string.get()));
-}
-
-inline std::string textOf(const Blob &blob) {
-  const Bytes bytes = bytesOf(blob.get());
-  return blob == nullptr ? "(null)" : std::string(bytes.begin(), bytes.end());
 }
 
 inline std::string joined(const List &strings) {
@@ -59,7 +50,7 @@ inline TransformContext transform(int32_t number, const void *parameter = nullpt
 inline ReferenceContext reference(std::string_view uri, uint32_t digestMethod = 4,
                                   const List &transforms = nullptr) {
   return ReferenceContext(talvo_xml_signature_referencectx_new(
-      digestMethod, nullptr, makeString(uri).get(), nullptr, nullptr, transforms.get()));
+      digestMethod, nullptr, str(uri).get(), nullptr, nullptr, transforms.get()));
 }
 
 inline SignedInfoContext signedInfo(ReferenceCtx *onlyReference, int32_t signatureMethod = 68,

@@ -12,6 +12,8 @@
 #include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 
+#include "support/text.h"
+
 namespace talvo::test {
 
 namespace {
@@ -38,30 +40,24 @@ void check(bool condition, const char *what) {
   }
 }
 
-EVP_PKEY *generate(EVP_PKEY_CTX *context) {
+// A new key: of the parameters, or of a kind that needs none.
+EVP_PKEY *generate(const Context &context) {
   EVP_PKEY *key = nullptr;
-  check(EVP_PKEY_generate(context, &key) == 1, "key");
+  check(EVP_PKEY_keygen_init(context.get()) == 1 && EVP_PKEY_generate(context.get(), &key) == 1,
+        "key");
   return key;
 }
 
 EVP_PKEY *makeDsa() {
   const Context parameters(EVP_PKEY_CTX_new_from_name(nullptr, "DSA", nullptr));
+  EVP_PKEY *domain = nullptr;
   check(EVP_PKEY_paramgen_init(parameters.get()) == 1 &&
             EVP_PKEY_CTX_set_dsa_paramgen_bits(parameters.get(), 1024) == 1 &&
-            EVP_PKEY_CTX_set_dsa_paramgen_q_bits(parameters.get(), 160) == 1,
-        "DSA");
-  EVP_PKEY *domain = nullptr;
-  check(EVP_PKEY_paramgen(parameters.get(), &domain) == 1, "DSA parameters");
+            EVP_PKEY_CTX_set_dsa_paramgen_q_bits(parameters.get(), 160) == 1 &&
+            EVP_PKEY_paramgen(parameters.get(), &domain) == 1,
+        "DSA parameters");
   const EvpKeyHandle owned(domain);
-  const Context context(EVP_PKEY_CTX_new(domain, nullptr));
-  check(EVP_PKEY_keygen_init(context.get()) == 1, "DSA");
-  return generate(context.get());
-}
-
-EVP_PKEY *makeSm2() {
-  const Context context(EVP_PKEY_CTX_new_from_name(nullptr, "SM2", nullptr));
-  check(EVP_PKEY_keygen_init(context.get()) == 1, "SM2");
-  return generate(context.get());
+  return generate(Context(EVP_PKEY_CTX_new(domain, nullptr)));
 }
 
 EVP_PKEY *makeKey(KeyKind kind) {
@@ -80,32 +76,18 @@ EVP_PKEY *makeKey(KeyKind kind) {
     case KeyKind::dsa:
       return makeDsa();
     case KeyKind::sm2:
-      return makeSm2();
+      return generate(Context(EVP_PKEY_CTX_new_from_name(nullptr, "SM2", nullptr)));
   }
   return nullptr;
-}
-
-std::string textOf(BIO *bio) {
-  char *text = nullptr;
-  const long length = BIO_get_mem_data(bio, &text);
-  return {text, static_cast<size_t>(length)};
-}
-
-template <class T, class Encode>
-std::string encode(T *object, Encode i2d) {
-  unsigned char *bytes = nullptr;
-  const int length = i2d(object, &bytes);
-  check(length > 0, "DER");
-  std::string der(reinterpret_cast<char *>(bytes), static_cast<size_t>(length));
-  OPENSSL_free(bytes);
-  return der;
 }
 
 template <class Write>
 std::string written(Write write) {
   const MemoryBio bio(BIO_new(BIO_s_mem()));
   check(write(bio.get()) == 1, "PEM");
-  return textOf(bio.get());
+  char *text = nullptr;
+  const long length = BIO_get_mem_data(bio.get(), &text);
+  return {text, static_cast<size_t>(length)};
 }
 
 // "/C=DE/CN=Name"
@@ -180,35 +162,21 @@ void addExtensions(X509 *x509, X509 *issuer, const IdentityOptions &options) {
   }
 }
 
-void setTimes(X509 *x509) {
-  const AsnTime start(ASN1_TIME_new());
-  const AsnTime end(ASN1_TIME_new());
-  check(ASN1_TIME_set_string(start.get(), "200102030405Z") == 1 &&
-            ASN1_TIME_set_string(end.get(), "491231235959Z") == 1 &&
-            X509_set1_notBefore(x509, start.get()) == 1 && X509_set1_notAfter(x509, end.get()) == 1,
-        "validity");
+// "YYMMDDhhmmssZ"
+AsnTime timeOf(const char *text) {
+  AsnTime time(ASN1_TIME_new());
+  check(ASN1_TIME_set_string(time.get(), text) == 1, text);
+  return time;
 }
 
 Certificate open(const std::string &bytes) {
   return Certificate(TalvoPKICertOpen(bytes.data(), bytes.size(), nullptr));
 }
 
-void setCrlTimes(X509_CRL *crl) {
-  const AsnTime now(ASN1_TIME_new());
-  const AsnTime next(ASN1_TIME_new());
-  check(ASN1_TIME_set_string(now.get(), "250203040506Z") == 1 &&
-            ASN1_TIME_set_string(next.get(), "491231235959Z") == 1 &&
-            X509_CRL_set1_lastUpdate(crl, now.get()) == 1 &&
-            X509_CRL_set1_nextUpdate(crl, next.get()) == 1,
-        "CRL times");
-}
-
 void revoke(X509_CRL *crl, const std::string &serial) {
   X509_REVOKED *entry = X509_REVOKED_new();
-  const AsnTime time(ASN1_TIME_new());
-  check(ASN1_TIME_set_string(time.get(), "250101000000Z") == 1, "time");
   X509_REVOKED_set_serialNumber(entry, integerOf(serial).get());
-  X509_REVOKED_set_revocationDate(entry, time.get());
+  X509_REVOKED_set_revocationDate(entry, timeOf("250101000000Z").get());
   check(X509_CRL_add0_revoked(crl, entry) == 1, "revoked");
 }
 
@@ -228,7 +196,7 @@ EVP_PKEY *evpKey(KeyKind kind) {
 
 std::string privateKeyDer(KeyKind kind) {
   const KeyInfo info(EVP_PKEY2PKCS8(evpKey(kind)));
-  return encode(info.get(), i2d_PKCS8_PRIV_KEY_INFO);
+  return derOf(info.get(), i2d_PKCS8_PRIV_KEY_INFO);
 }
 
 std::string privateKeyPem(KeyKind kind) {
@@ -238,11 +206,29 @@ std::string privateKeyPem(KeyKind kind) {
 }
 
 std::string publicKeyDer(KeyKind kind) {
-  return encode(evpKey(kind), i2d_PUBKEY);
+  return derOf(evpKey(kind), i2d_PUBKEY);
 }
 
 std::string publicKeyPem(KeyKind kind) {
   return written([kind](BIO *bio) { return PEM_write_bio_PUBKEY(bio, evpKey(kind)); });
+}
+
+std::string keyValueXml(KeyKind kind) {
+  using Parameters = std::vector<std::pair<std::string, const char *>>;
+  const bool isDsa = kind == KeyKind::dsa;
+  const std::string name = isDsa ? "ds:DSAKeyValue>" : "ds:RSAKeyValue>";
+  std::string text = "<ds:KeyValue><" + name;
+  for (const auto &[tag, parameter] :
+       isDsa ? Parameters{{"P", "p"}, {"Q", "q"}, {"G", "g"}, {"Y", "pub"}}
+             : Parameters{{"Modulus", "n"}, {"Exponent", "e"}}) {
+    BIGNUM *number = nullptr;
+    check(EVP_PKEY_get_bn_param(evpKey(kind), parameter, &number) == 1, parameter);
+    const Number owner(number);
+    std::string octets(static_cast<size_t>(BN_num_bytes(number)), '\0');
+    BN_bn2bin(number, reinterpret_cast<unsigned char *>(octets.data()));
+    text += "<ds:" + tag + ">" + base64(octets) + "</ds:" + tag + ">";
+  }
+  return text + "</" + name + "</ds:KeyValue>";
 }
 
 std::string encryptedKeyPem(KeyKind kind, const std::string &password) {
@@ -253,7 +239,7 @@ std::string encryptedKeyPem(KeyKind kind, const std::string &password) {
 }
 
 std::string Identity::der() const {
-  return encode(x509.get(), i2d_X509);
+  return derOf(x509.get(), i2d_X509);
 }
 
 std::string Identity::pem() const {
@@ -283,9 +269,10 @@ Identity makeIdentity(const IdentityOptions &options) {
             X509_set_serialNumber(x509, integerOf(options.serial).get()) == 1 &&
             X509_set_subject_name(x509, subject.get()) == 1 &&
             X509_set_issuer_name(x509, X509_get_subject_name(issuer)) == 1 &&
-            X509_set_pubkey(x509, evpKey(options.kind)) == 1,
+            X509_set_pubkey(x509, evpKey(options.kind)) == 1 &&
+            X509_set1_notBefore(x509, timeOf("200102030405Z").get()) == 1 &&
+            X509_set1_notAfter(x509, timeOf("491231235959Z").get()) == 1,
         "certificate");
-  setTimes(x509);
   addExtensions(x509, issuer, options);
   signWith(signer, X509_sign_ctx, x509);
   return identity;
@@ -296,27 +283,25 @@ Certificate Chain::certificate() const {
 }
 
 Chain makeChain(KeyKind authorityKind, KeyKind leafKind, int leafKeyUsage) {
-  Chain chain;
-  IdentityOptions options;
-  options.kind = authorityKind;
-  options.subject = "/C=DE/O=Talvo Example/CN=Root";
-  options.serial = "1";
-  options.keyUsage = kKeyCertSign | kCrlSign;
-  options.authority = true;
-  chain.root = makeIdentity(options);
-  options.subject = "/C=DE/O=Talvo Example/CN=Intermediate";
-  options.serial = "2";
+  const auto authority = [](KeyKind kind, const char *name, const char *serial,
+                            const Identity *issuer) {
+    return makeIdentity({.kind = kind,
+                         .subject = std::string("/C=DE/O=Talvo Example/CN=") + name,
+                         .serial = serial,
+                         .keyUsage = kKeyCertSign | kCrlSign,
+                         .authority = true,
+                         .issuer = issuer});
+  };
   // The root's key again would make the intermediate look like its own issuer by key identifier.
-  options.kind = authorityKind == KeyKind::p256 ? KeyKind::p384 : KeyKind::p256;
-  options.issuer = &chain.root;
-  chain.intermediate = makeIdentity(options);
-  options = {};
-  options.kind = leafKind;
-  options.subject = "/C=DE/O=Talvo Example/CN=Leaf";
-  options.serial = "3";
-  options.keyUsage = leafKeyUsage;
-  options.issuer = &chain.intermediate;
-  chain.leaf = makeIdentity(options);
+  const KeyKind between = authorityKind == KeyKind::p256 ? KeyKind::p384 : KeyKind::p256;
+  Chain chain;
+  chain.root = authority(authorityKind, "Root", "1", nullptr);
+  chain.intermediate = authority(between, "Intermediate", "2", &chain.root);
+  chain.leaf = makeIdentity({.kind = leafKind,
+                             .subject = "/C=DE/O=Talvo Example/CN=Leaf",
+                             .serial = "3",
+                             .keyUsage = leafKeyUsage,
+                             .issuer = &chain.intermediate});
   return chain;
 }
 
@@ -324,9 +309,10 @@ std::string makeCrl(const Identity &issuer, long number,
                     const std::vector<std::string> &revokedSerials) {
   const CrlHandle crl(X509_CRL_new());
   check(X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2) == 1 &&
-            X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(issuer.x509.get())) == 1,
+            X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(issuer.x509.get())) == 1 &&
+            X509_CRL_set1_lastUpdate(crl.get(), timeOf("250203040506Z").get()) == 1 &&
+            X509_CRL_set1_nextUpdate(crl.get(), timeOf("491231235959Z").get()) == 1,
         "CRL");
-  setCrlTimes(crl.get());
   if (number >= 0) {
     const Integer value = integerOf(std::to_string(number));
     check(X509_CRL_add1_ext_i2d(crl.get(), NID_crl_number, value.get(), 0, 0) == 1, "CRL number");
@@ -335,7 +321,7 @@ std::string makeCrl(const Identity &issuer, long number,
     revoke(crl.get(), serial);
   }
   signWith(issuer.kind, X509_CRL_sign_ctx, crl.get());
-  return encode(crl.get(), i2d_X509_CRL);
+  return derOf(crl.get(), i2d_X509_CRL);
 }
 
 std::string makePkcs12(const Identity &identity, const std::vector<const Identity *> &others,
@@ -348,7 +334,7 @@ std::string makePkcs12(const Identity &identity, const std::vector<const Identit
                                           identity.x509.get(), stack, 0, 0, 0, 0, 0));
   sk_X509_free(stack);
   check(container != nullptr, "PKCS #12");
-  return encode(container.get(), i2d_PKCS12);
+  return derOf(container.get(), i2d_PKCS12);
 }
 
 }  // namespace talvo::test

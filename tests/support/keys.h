@@ -21,6 +21,16 @@ using KeyPair = Handle<TalvoPKIKeyPair, TalvoPKICryptoFreeKeyPair>;
 using PublicKey = Handle<TalvoPKIPublicKey, TalvoPKICryptoFreePublicKey>;
 using CryptoBytes = Handle<uint8_t, TalvoPKICryptoFreeMemory>;
 
+// The DER of an OpenSSL object.
+template <class T, class Encode>
+std::string derOf(T *object, Encode i2d) {
+  unsigned char *bytes = nullptr;
+  const int length = i2d(object, &bytes);
+  std::string der(reinterpret_cast<char *>(bytes), static_cast<size_t>(length < 0 ? 0 : length));
+  OPENSSL_free(bytes);
+  return der;
+}
+
 using EvpKeyHandle = Handle<EVP_PKEY, EVP_PKEY_free>;
 using X509Handle = Handle<X509, X509_free>;
 
@@ -31,6 +41,8 @@ std::string privateKeyDer(KeyKind kind);
 std::string privateKeyPem(KeyKind kind);
 std::string publicKeyDer(KeyKind kind);
 std::string publicKeyPem(KeyKind kind);
+// The ds:KeyValue of an RSA or DSA key.
+std::string keyValueXml(KeyKind kind);
 
 // Key usage bits as the library numbers them; kNoKeyUsage leaves the extension out.
 constexpr int kNoKeyUsage = -1;

@@ -2,21 +2,10 @@
 
 #include <map>
 
-#include <gtest/gtest.h>
-
-#include "base/base64_text.h"
-#include "base/utf8.h"
-#include "signature/vocabulary/vocabulary.h"
 #include "support/keys.h"
 
 namespace talvo::test {
 namespace {
-
-std::string base64(std::string_view octets) {
-  const UString text = encodeBase64(
-      {reinterpret_cast<const uint8_t *>(octets.data()), octets.size()}, TALVO_BASE64_LINES);
-  return std::string(viewOf(text.get()));
-}
 
 const std::map<std::string_view, talvo_ustring *const *> kNames = {
     {"ds", &g_xml_signature_nsuri},
@@ -48,7 +37,7 @@ std::string valueOf(std::string_view name) {
   }
   const auto found = kNames.find(name);
   EXPECT_NE(found, kNames.end()) << name;
-  return found == kNames.end() ? "" : std::string(viewOf(*found->second));
+  return found == kNames.end() ? "" : textOf(*found->second);
 }
 
 constexpr std::string_view kRich = R"(<doc xmlns:ds="{ds}" xmlns:xa="{xa}" xmlns:ec="{ec}">
@@ -115,12 +104,6 @@ std::string expand(std::string text) {
   return text;
 }
 
-std::string edited(std::string text, std::string_view from, std::string_view to) {
-  const size_t place = text.find(from);
-  EXPECT_NE(place, std::string::npos) << "the sample does not hold " << from;
-  return place == std::string::npos ? text : text.replace(place, from.size(), to);
-}
-
 std::string richDocument() {
   return std::string(kRich);
 }
@@ -136,14 +119,10 @@ std::string plainSignature(std::string_view more) {
       .append("</ds:Signature>");
 }
 
-XmlNode *findSignature(const Document &document) {
-  return talvo_xml_node_findelemnode(document.get(), g_xml_signature_name, g_xml_signature_nsuri);
-}
-
 Decoded decode(const std::string &text) {
   Decoded decoded;
   decoded.document = parse(expand(text));
-  decoded.record.reset(talvo_xml_decode_signature(findSignature(decoded.document)));
+  decoded.record.reset(talvo_xml_decode_signature(findSignature(decoded.document.get())));
   return decoded;
 }
 

@@ -7,7 +7,7 @@
 #include "talvo_xml.h"
 
 #include "signature/record/record.h"
-#include "support/library_test.h"
+#include "support/documents.h"
 
 namespace talvo::test {
 
@@ -16,17 +16,11 @@ namespace talvo::test {
 // "{cert}" by a certificate, both in Base64. The library must be started.
 std::string expand(std::string text);
 
-// The text with its first `from` replaced; a failure when it does not occur.
-std::string edited(std::string text, std::string_view from, std::string_view to);
-
 // The document, not yet expanded: a root with an element "data" outside the signature and one
 // ds:Signature with the Id "S".
 std::string richDocument();
 // A signature of SignedInfo (RSA-SHA256, one reference) and SignatureValue, with `more` behind.
 std::string plainSignature(std::string_view more = "");
-
-// The first signature in document order.
-XmlNode *findSignature(const Document &document);
 
 // A parsed document and the record of its first signature, which is null when it does not decode.
 struct Decoded {

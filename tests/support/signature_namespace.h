@@ -7,7 +7,7 @@
 
 #include "signature/vocabulary/vocabulary.h"
 #include "support/contexts.h"
-#include "support/library_test.h"
+#include "support/documents.h"
 #include "xml/edit.h"
 
 namespace talvo::test {
@@ -37,7 +37,7 @@ class SignatureHost {
 
   // The root's content, without its own tags.
   std::string content() const {
-    const std::string text = test::textOf(Blob(talvo_xml_element_dump(root_)));
+    const std::string text = elementText(root_);
     const size_t start = text.find('>') + 1;
     const size_t end = text.rfind("</root>");
     return end == std::string::npos ? "" : text.substr(start, end - start);
@@ -48,29 +48,5 @@ class SignatureHost {
   XmlNode *root_;
   XmlNode *ns_;
 };
-
-inline std::string replaced(std::string text, std::string_view from, std::string_view to) {
-  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
-    text.replace(at, from.size(), to);
-  }
-  return text;
-}
-
-// What stands between two marks, from the first one on; empty when one is missing.
-inline std::string between(const std::string &text, std::string_view start, std::string_view end) {
-  const size_t from = text.find(start);
-  const size_t to = from == std::string::npos ? from : text.find(end, from + start.size());
-  return to == std::string::npos ? "" : text.substr(from + start.size(), to - from - start.size());
-}
-
-// Each attribute Algorithm without its value, so that a layout can be compared as a whole.
-inline std::string withoutAlgorithms(std::string text) {
-  const std::string_view start = "Algorithm=\"";
-  for (size_t at = text.find(start); at != std::string::npos; at = text.find(start, at + 1)) {
-    const size_t value = at + start.size();
-    text.erase(value, text.find('"', value) - value);
-  }
-  return text;
-}
 
 }  // namespace talvo::test

@@ -28,30 +28,18 @@ ASN1_INTEGER *nextSerial(TS_RESP_CTX *, void *) {
 }
 
 Identity makeRoot(KeyKind kind) {
-  IdentityOptions options;
-  options.kind = kind;
-  options.subject = "/C=DE/O=Talvo Example/CN=Time Root";
-  options.keyUsage = kKeyCertSign | kCrlSign;
-  options.authority = true;
-  return makeIdentity(options);
+  return makeIdentity({.kind = kind,
+                       .subject = "/C=DE/O=Talvo Example/CN=Time Root",
+                       .keyUsage = kKeyCertSign | kCrlSign,
+                       .authority = true});
 }
 
 Identity makeSigner(const Identity &root) {
-  IdentityOptions options;
-  options.subject = "/C=DE/O=Talvo Example/CN=Time Stamping";
-  options.serial = "5";
-  options.keyUsage = kDigitalSignature;
-  options.timeStamping = true;
-  options.issuer = &root;
-  return makeIdentity(options);
-}
-
-std::string encode(const TS_RESP *response) {
-  unsigned char *bytes = nullptr;
-  const int length = i2d_TS_RESP(response, &bytes);
-  std::string der(reinterpret_cast<char *>(bytes), static_cast<size_t>(length));
-  OPENSSL_free(bytes);
-  return der;
+  return makeIdentity({.subject = "/C=DE/O=Talvo Example/CN=Time Stamping",
+                       .serial = "5",
+                       .keyUsage = kDigitalSignature,
+                       .timeStamping = true,
+                       .issuer = &root});
 }
 
 void setStatus(TS_RESP *response, int status) {
@@ -63,7 +51,7 @@ void setStatus(TS_RESP *response, int status) {
 std::string refusal() {
   const Response response(TS_RESP_new());
   setStatus(response.get(), TS_STATUS_REJECTION);
-  return encode(response.get());
+  return derOf(response.get(), i2d_TS_RESP);
 }
 
 // Changes one byte of what the client asked to have stamped, or of its nonce.
@@ -130,11 +118,7 @@ std::string signTokenAgain(const std::string &token, const Identity &signer) {
   const MemoryBio sink(PKCS7_dataInit(fresh.get(), nullptr));
   BIO_write(sink.get(), ASN1_STRING_get0_data(info), ASN1_STRING_length(info));
   PKCS7_dataFinal(fresh.get(), sink.get());
-  unsigned char *der = nullptr;
-  const int length = i2d_PKCS7(fresh.get(), &der);
-  std::string result(reinterpret_cast<char *>(der), static_cast<size_t>(length));
-  OPENSSL_free(der);
-  return result;
+  return derOf(fresh.get(), i2d_PKCS7);
 }
 
 TimeStampAuthority::TimeStampAuthority(TsaMode mode, KeyKind authorityKind)
@@ -170,12 +154,7 @@ std::string TimeStampAuthority::respond(const std::string &query) const {
     return "";
   }
   alter(request.get(), mode_);
-  std::string altered;
-  unsigned char *der = nullptr;
-  const int length = i2d_TS_REQ(request.get(), &der);
-  altered.assign(reinterpret_cast<char *>(der), static_cast<size_t>(length));
-  OPENSSL_free(der);
-
+  const std::string altered = derOf(request.get(), i2d_TS_REQ);
   const ResponderContext context(TS_RESP_CTX_new());
   const Object policy(OBJ_txt2obj(kPolicy, 1));
   TS_RESP_CTX_set_serial_cb(context.get(), nextSerial, nullptr);
@@ -193,7 +172,7 @@ std::string TimeStampAuthority::respond(const std::string &query) const {
   if (mode_ == TsaMode::grantedWithMods) {
     setStatus(response.get(), TS_STATUS_GRANTED_WITH_MODS);
   }
-  return encode(response.get());
+  return derOf(response.get(), i2d_TS_RESP);
 }
 
 }  // namespace talvo::test

@@ -1,14 +1,11 @@
-// What the tests of this folder share: strings from literals, texts of results, quick look-ups, and
-// decoded transforms without a signature around them.
+// What the tests of this folder share: inputs and results of transforms, and decoded transforms without a signature
+// around them.
 #pragma once
 
 #include <string>
 
-#include "talvo_xml.h"
-
-#include "base/utf8.h"
 #include "signature/vocabulary/algorithm.h"
-#include "support/library_test.h"
+#include "support/documents.h"
 #include "transform/canonicalize.h"
 #include "transform/reference/transform_lookup.h"
 #include "transform/transform.h"
@@ -17,27 +14,8 @@ namespace talvo::test {
 
 constexpr std::string_view kDs = "http://www.w3.org/2000/09/xmldsig#";
 
-inline UString str(std::string_view text) {
-  return makeString(text);
-}
-
-inline std::string take(talvo_ustring *string) {
-  const UString owner(string);
-  return owner ? std::string(viewOf(string)) : "(null)";
-}
-
-inline std::string take(char *text) {
-  const TextBuffer owner(text);
-  return owner ? std::string(text) : "(null)";
-}
-
 inline std::string octetsOf(const talvo_data_blob *blob) {
-  const Bytes bytes = bytesOf(blob);
-  return blob == nullptr ? "(null)" : std::string(bytes.begin(), bytes.end());
-}
-
-inline std::string take(talvo_data_blob *blob) {
-  return octetsOf(Blob(blob).get());
+  return blob == nullptr ? "(null)" : textOf(bytesOf(blob));
 }
 
 // The octets of a transform's result, which is released; "(nodes)" for a node set.
@@ -47,17 +25,6 @@ inline std::string take(TransformData *data) {
     return "(null)";
   }
   return owner->nodes != nullptr ? "(nodes)" : octetsOf(owner->octets.get());
-}
-
-// The first node that the XPath expression selects; its prefixes are those of the root element.
-inline XmlNode *find(XmlDoc *document, std::string_view expression) {
-  talvo_arraylist *list = nullptr;
-  XmlNode *root = talvo_xml_doc_getrootelement(document);
-  if (talvo_xml_node_findxpath(root, str(expression).get(), &list) != 1) {
-    return nullptr;
-  }
-  const List found(list);
-  return static_cast<XmlNode *>(talvo_arraylist_getitem(list, 0));
 }
 
 inline OwnedNodeSet wholeDocument(XmlDoc *document, bool withComments = true) {

@@ -3,20 +3,15 @@
 #include <string>
 #include <vector>
 
+#include "signature/vocabulary/algorithm.h"
 #include "support/contexts.h"
-#include "support/every_allocation_fails.h"
+#include "support/json.h"
 #include "support/memory_test.h"
 
 namespace talvo::test {
 namespace {
 
 class JsonParamsTest : public MemoryTest {};
-
-Json json(const std::string &text) {
-  Json value(talvo_json_parse(text.data(), text.size()));
-  EXPECT_NE(value, nullptr) << text;
-  return value;
-}
 
 const std::string kMethods = R"("C14NAlgo": "C14N", "SignAlgo": "Sha256WithRSA")";
 const std::string kReferences = R"("References": [{"HashAlgo": "Sha256", "URI": ""}])";
@@ -52,6 +47,19 @@ std::string complaintAbout(const std::string &text) {
   const int32_t accepted = talvo_xml_signature_checkparameters(json(text).get(), &message);
   const UString owned(message);
   return accepted == 1 ? "accepted" : textOf(owned);
+}
+
+// The names of a table as a complaint lists them.
+template <class Row>
+std::string allowed(const Row *(*byNumber)(int32_t) noexcept) {
+  std::string names;
+  for (int32_t number = 0; number <= 200; ++number) {
+    const Row *row = byNumber(number);
+    if (row != nullptr && !row->jsonName.empty()) {
+      names += (names.empty() ? "\"" : ", \"") + std::string(row->jsonName) + "\"";
+    }
+  }
+  return "allowed are " + names;
 }
 
 constexpr char kFull[] = R"({
@@ -130,28 +138,19 @@ TEST_F(JsonParamsTest, AProductionPlaceHasNoEffect) {
 }
 
 TEST_F(JsonParamsTest, NamesCountInAnyCaseAndKeysDoNot) {
-  const std::pair<const char *, int32_t> methods[] = {
-      {"Sha1WithRSA", 65},     {"Sha224WithRSA", 67},   {"Sha256WithRSA", 68},
-      {"Sha384WithRSA", 69},   {"SHA512WITHRSA", 70},   {"dsawithsha1", 72},
-      {"ECDSAWithSha1", 73},   {"ECDSAWithSha224", 74}, {"ECDSAWithSha256", 75},
-      {"ECDSAWithSha384", 76}, {"ECDSAWithSha512", 77}, {"Sm3WithSM2", 83}};
-  for (const auto &[name, number] : methods) {
-    const std::string text = R"({"C14NAlgo": "c14n11withcomments", "SignAlgo": ")" +
-                             std::string(name) + "\", " + kReferences + "}";
-    const SignedInfoContext context = read(text);
-    ASSERT_NE(context, nullptr) << name;
-    EXPECT_EQ(context->signatureMethod, number);
-    EXPECT_EQ(context->c14nMethod, 7U);
+  for (const auto &[key, isRead] : {std::pair{"SignAlgo", true}, {"signalgo", false}}) {
+    const SignedInfoContext context =
+        read(R"({"C14NAlgo": "c14n11withcomments", ")" + std::string(key) +
+             R"(": "SHA512withrsa", )" + kReferences + "}");
+    ASSERT_EQ(context != nullptr, isRead);
+    EXPECT_EQ(isRead ? context->signatureMethod : 70, 70);
+    EXPECT_EQ(isRead ? context->c14nMethod : 7U, 7U);
   }
-  EXPECT_EQ(read(R"({"C14NAlgo": "C14N", "signalgo": "Sha1WithRSA", )" + kReferences + "}"),
-            nullptr);
 }
 
 TEST_F(JsonParamsTest, AWrongDocumentIsRefusedAndTheKeyNamed) {
-  const std::string digests =
-      R"(allowed are "Sha1", "Sha224", "Sha256", "Sha384", "Sha512", "SM3")";
-  const std::string c14n = R"(allowed are "C14N", "C14NWithComments", "ExcC14N", )"
-                           R"("ExcC14NWithComments", "C14N11", "C14N11WithComments")";
+  const std::string digests = allowed(digestByNumber);
+  const std::string c14n = allowed(c14nByNumber);
   const std::string options = R"(allowed are "None", "Self", "CertPath", "CertPathWithRoot")";
   const std::string prefixes = "expected an array of at least one string";
   const std::pair<std::string, std::string> rows[] = {
@@ -165,9 +164,7 @@ TEST_F(JsonParamsTest, AWrongDocumentIsRefusedAndTheKeyNamed) {
       {R"({"C14NAlgo": "ExcC14N", "C14NParam": ["a", 1]})",
        "C14NParam[1]: found 1, expected a string"},
       {R"({"C14NAlgo": "C14N", "SignAlgo": "HMAC"})",
-       R"(SignAlgo: found "HMAC", allowed are "Sha1WithRSA", "Sha224WithRSA", "Sha256WithRSA", )"
-       R"("Sha384WithRSA", "Sha512WithRSA", "DSAWithSha1", "ECDSAWithSha1", "ECDSAWithSha224", )"
-       R"("ECDSAWithSha256", "ECDSAWithSha384", "ECDSAWithSha512", "Sm3WithSM2")"},
+       "SignAlgo: found \"HMAC\", " + allowed(signatureByNumber)},
       {"{" + kMethods + "}", "References: missing, expected an array of at least one reference"},
       {"{" + kMethods + R"(, "References": {}})",
        "References: found an object, expected an array of at least one reference"},
@@ -191,9 +188,7 @@ TEST_F(JsonParamsTest, AWrongDocumentIsRefusedAndTheKeyNamed) {
        "References[1].Transforms: found an empty array, expected an array of at least one "
        "transform"},
       {withTransform(R"("TransformAlgo": "XSLT")"),
-       R"(References[1].Transforms[0].TransformAlgo: found "XSLT", allowed are "C14N", )"
-       R"("C14NWithComments", "ExcC14N", "ExcC14NWithComments", "C14N11", "C14N11WithComments", )"
-       R"("Base64", "XPath", "EnvelopedSignature")"},
+       "References[1].Transforms[0].TransformAlgo: found \"XSLT\", " + allowed(transformByNumber)},
       {withTransform(R"("TransformAlgo": "XPath")"),
        "References[1].Transforms[0].TransformParam: missing, expected a string with an XPath "
        "expression"},
@@ -229,8 +224,7 @@ TEST_F(JsonParamsTest, TheKeysOfTheEntryPointAreCheckedToo) {
       {withTimeStamp(R"("HashAlgo": "Sha1", "TSA": "x", "C14NAlgo": "ExcC14N")"),
        "XAdES.SignatureTimeStamp.C14NParam: missing, expected an array of at least one string"},
       {withTimeStamp(R"("TSA": "x")"),
-       R"(XAdES.SignatureTimeStamp.HashAlgo: missing, allowed are "Sha1", "Sha224", "Sha256", )"
-       R"("Sha384", "Sha512", "SM3")"}};
+       "XAdES.SignatureTimeStamp.HashAlgo: missing, " + allowed(digestByNumber)}};
   for (const auto &[text, complaint] : rows) {
     SCOPED_TRACE(text);
     EXPECT_NE(read(text), nullptr);
@@ -280,7 +274,7 @@ TEST_F(JsonParamsTest, TheSmallReadersAnswerForOneValue) {
   EXPECT_EQ(GetHashAlgoFromJson(nullptr), -1);
   EXPECT_EQ(GetIncludeCertOptionFromJson(json("\"NONE\"").get()), 1);
   EXPECT_EQ(GetIncludeCertOptionFromJson(json("1").get()), -1);
-  EXPECT_EQ(textOf(UString(DecodeStringValueFromJson(json("\"\\u00e9\"").get()))), "\u00e9");
+  EXPECT_EQ(take(DecodeStringValueFromJson(json("\"\\u00e9\"").get())), "\u00e9");
   EXPECT_EQ(DecodeStringValueFromJson(json("1").get()), nullptr);
   int32_t method = 0;
   talvo_arraylist *prefixes = nullptr;
@@ -292,20 +286,6 @@ TEST_F(JsonParamsTest, TheSmallReadersAnswerForOneValue) {
   EXPECT_EQ(GetC14NAlgoFromJson(json("{}").get(), &method, &prefixes), 0);
   const List strings(GetTransformC14NParamFromJson(json(R"({"TransformParam": ["a"]})").get()));
   EXPECT_EQ(joined(strings), "a");
-}
-
-TEST_F(JsonParamsTest, EveryFailedAllocationIsAFailure) {
-  everyAllocationFails([] {
-    const Json document(talvo_json_parse(kFull, sizeof(kFull) - 1));
-    return SignedInfoContext(JsonToSignedInfoCtx(document.get())) != nullptr;
-  });
-  everyAllocationFails([] {
-    const std::string_view text = R"({"C14NAlgo": "Minimal"})";
-    const Json document(talvo_json_parse(text.data(), text.size()));
-    talvo_ustring *message = nullptr;
-    talvo_xml_signature_checkparameters(document.get(), &message);
-    return UString(message) != nullptr && document != nullptr;
-  });
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "support/contexts.h"
+#include "support/documents.h"
 #include "support/keys.h"
-#include "support/library_test.h"
 
 namespace talvo::test {
 namespace {
@@ -9,8 +9,8 @@ class ObjectCtxTest : public LibraryTest {};
 
 TEST_F(ObjectCtxTest, ConstructorsRefuseMissingContent) {
   const Document doc = parse("<a>text</a>");
-  XmlNode *root = talvo_xml_doc_getrootelement(doc.get());
-  const UString text = makeString("x");
+  XmlNode *root = rootOf(doc);
+  const UString text = str("x");
   const List none = listOf<ReferenceCtx>({});
   EXPECT_EQ(talvo_xml_signature_objectctx_newdata(nullptr, nullptr, nullptr, nullptr), nullptr);
   EXPECT_EQ(talvo_xml_signature_objectctx_newnode(nullptr, nullptr), nullptr);
@@ -27,8 +27,8 @@ TEST_F(ObjectCtxTest, ConstructorsRefuseMissingContent) {
 
 TEST_F(ObjectCtxTest, GettersAnswerForTheirKindOnly) {
   const Document doc = parse("<a/>");
-  XmlNode *root = talvo_xml_doc_getrootelement(doc.get());
-  const UString text = makeString("x");
+  XmlNode *root = rootOf(doc);
+  const UString text = str("x");
   const ReferenceContext first = reference("#a");
   const SignaturePropContext property(
       talvo_xml_signature_signaturepropctx_new(nullptr, text.get(), root));
@@ -55,10 +55,8 @@ TEST_F(ObjectCtxTest, GettersAnswerForTheirKindOnly) {
 
 TEST_F(ObjectCtxTest, NodesAreOnlyBorrowed) {
   const Document doc = parse("<a><b/></a>");
-  XmlNode *child = talvo_xml_node_getchildren(talvo_xml_doc_getrootelement(doc.get()));
-  ObjectContext(talvo_xml_signature_objectctx_newnode(nullptr, child)).reset();
-  const Blob dump(talvo_xml_element_dump(talvo_xml_doc_getrootelement(doc.get())));
-  EXPECT_EQ(textOf(dump), "<a><b/></a>");
+  ObjectContext(talvo_xml_signature_objectctx_newnode(nullptr, find(doc.get(), "b"))).reset();
+  EXPECT_EQ(elementText(rootOf(doc)), "<a><b/></a>");
 }
 
 TEST_F(ObjectCtxTest, KeysHoldWhatTheirTypeSaysAndCopiesStandAlone) {

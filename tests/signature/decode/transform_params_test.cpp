@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "base/utf8.h"
+#include "support/contexts.h"
 #include "support/sample_signature.h"
 
 namespace talvo::test {
@@ -15,7 +15,7 @@ std::string prefixesOf(const std::string &content) {
   const Document document = parse(expand("<t xmlns:ec='{ec}' xmlns:ds='{ds}'>" + content + "</t>"));
   PrefixBlock block;
   uint32_t error = 0;
-  if (!decodeexcc14nnode(talvo_xml_doc_getrootelement(document.get()), &block, &error)) {
+  if (!decodeexcc14nnode(rootOf(document), &block, &error)) {
     return "error " + std::to_string(error);
   }
   bool ok = false;
@@ -23,14 +23,7 @@ std::string prefixesOf(const std::string &content) {
   if (!ok) {
     return "not converted";
   }
-  if (!list) {
-    return "none";
-  }
-  std::string joined;
-  for (const talvo_ustring *prefix : items<talvo_ustring>(list)) {
-    joined += (joined.empty() ? "" : "|") + std::string(viewOf(prefix));
-  }
-  return joined;
+  return list ? replacedAll(joined(list), " ", "|") : "none";
 }
 
 TEST_F(TransformParamsTest, ReadsPrefixLists) {
@@ -70,15 +63,15 @@ TEST_F(TransformParamsTest, ReadsPrefixLists) {
 std::string contextOf(const std::string &algorithm, const std::string &content) {
   const Document document = parse(expand("<t xmlns:ec='{ec}' xmlns:ds='{ds}'>" + content + "</t>"));
   Transform transform;
-  transform.element = talvo_xml_doc_getrootelement(document.get());
-  transform.algorithm = makeString(expand(algorithm));
+  transform.element = rootOf(document);
+  transform.algorithm = str(expand(algorithm));
   const TransformContext context(toTransformCtx(&transform));
   if (!context) {
     return "null";
   }
   std::string text = std::to_string(context->algorithm);
   if (context->expression) {
-    text += " " + std::string(viewOf(context->expression.get()));
+    text += " " + textOf(context->expression);
   }
   return context->prefixes ? text + " " + std::to_string(items<void>(context->prefixes).size())
                            : text;

@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include "base/utf8.h"
-#include "signature/vocabulary/vocabulary.h"
 #include "support/sample_signature.h"
 
 namespace talvo::test {
@@ -18,7 +16,7 @@ std::string summaryOf(const Signature *signature) {
   if (signature == nullptr) {
     return "undecodable";
   }
-  const auto text = [](const UString &id) { return id ? std::string(viewOf(id.get())) : "-"; };
+  const auto text = [](const UString &id) { return id ? textOf(id) : "-"; };
   const auto count = [](const List &list) {
     return list ? std::to_string(items<void>(list).size()) : "-";
   };
@@ -33,73 +31,63 @@ std::string summaryOf(const Signature *signature) {
 
 TEST_F(DecodeXadesTest, LeavesOutWhatItCannotRead) {
   struct Row {
-    const char *name;
     const char *from;
     const char *to;
     const char *expected;
   };
   const Row rows[] = {
-      {"all", "", "", "QP SP SSP 2024 12111"},
-      {"other version", "xmlns:xa=\"{xa}\"", "xmlns:xa=\"{xa141}\"", "- - - - -----"},
-      {"not first in the object", "<xa:QualifyingProperties", "<x/><xa:QualifyingProperties", ""},
-      {"comment before", "<xa:SignedProperties", "<!-- c --><xa:SignedProperties",
-       "QP SP SSP 2024 12111"},
-      {"element before SignedProperties", "<xa:SignedProperties Id=\"SP\"",
-       "<x Id='X'/><xa:SignedProperties Id=\"SP\"", "QP X - - -----"},
-      {"unreadable time", "03:04:05Z", "03:04:05", "QP SP SSP - 12111"},
-      {"no time", "<xa:SigningTime>2024-01-02T03:04:05Z</xa:SigningTime>", "", "QP SP SSP - 12111"},
-      {"something before the certificate", "<xa:SigningCertificate>", "<x/><xa:SigningCertificate>",
+      {"", "", "QP SP SSP 2024 12111"},
+      {"xmlns:xa=\"{xa}\"", "xmlns:xa=\"{xa141}\"", "- - - - -----"},
+      {"<xa:QualifyingProperties", "<x/><xa:QualifyingProperties", ""},
+      {"<xa:SignedProperties", "<!-- c --><xa:SignedProperties", "QP SP SSP 2024 12111"},
+      {"<xa:SignedProperties Id=\"SP\"", "<x Id='X'/><xa:SignedProperties Id=\"SP\"",
+       "QP X - - -----"},
+      {"03:04:05Z", "03:04:05", "QP SP SSP - 12111"},
+      {"<xa:SigningTime>2024-01-02T03:04:05Z</xa:SigningTime>", "", "QP SP SSP - 12111"},
+      {"<xa:SigningCertificate>", "<x/><xa:SigningCertificate>", "QP SP SSP 2024 -2111"},
+      {"<xa:SigningCertificate>", "<xa:SigningCertificate><x/>", "QP SP SSP 2024 -2111"},
+      {"</xa:Cert></xa:Signing", "</xa:Cert>x</xa:Signing", "QP SP SSP 2024 -2111"},
+      {"<xa:Cert><xa:CertDigest>", "<xa:Cert><xa:IssuerSerial/><xa:CertDigest>",
        "QP SP SSP 2024 -2111"},
-      {"foreign child of SigningCertificate", "<xa:SigningCertificate>",
-       "<xa:SigningCertificate><x/>", "QP SP SSP 2024 -2111"},
-      {"text in SigningCertificate", "</xa:Cert></xa:Signing", "</xa:Cert>x</xa:Signing",
-       "QP SP SSP 2024 -2111"},
-      {"order inside Cert", "<xa:Cert><xa:CertDigest>",
-       "<xa:Cert><xa:IssuerSerial/><xa:CertDigest>", "QP SP SSP 2024 -2111"},
-      {"something behind IssuerSerial", "</xa:IssuerSerial>", "</xa:IssuerSerial><x/>",
-       "QP SP SSP 2024 -2111"},
-      {"unknown digest", "{sha256}\"/><ds:DigestValue>{digest}</ds:DigestValue></xa",
+      {"</xa:IssuerSerial>", "</xa:IssuerSerial><x/>", "QP SP SSP 2024 -2111"},
+      {"{sha256}\"/><ds:DigestValue>{digest}</ds:DigestValue></xa",
        "urn:d\"/><ds:DigestValue>{digest}</ds:DigestValue></xa", "QP SP SSP 2024 12111"},
-      {"serial number with attribute", "<ds:X509SerialNumber>17</ds:X509SerialNumber></xa",
+      {"<ds:X509SerialNumber>17</ds:X509SerialNumber></xa",
        "<ds:X509SerialNumber x=''>17</ds:X509SerialNumber></xa", "QP SP SSP 2024 -2111"},
-      {"one time-stamp without token", "<xa:EncapsulatedTimeStamp>c2Vjb25k",
-       "<xa:XMLTimeStamp/><xa:EncapsulatedTimeStamp>c2Vjb25k", "QP SP SSP 2024 1-111"},
-      {"token not Base64", "c2Vjb25k", "c2Vjb25", "QP SP SSP 2024 1-111"},
-      {"something behind a token", "</xa:EncapsulatedTimeStamp>", "</xa:EncapsulatedTimeStamp><x/>",
-       "QP SP SSP 2024 12111"},
-      {"malformed prefixes of a time-stamp", "PrefixList=\"t\"", "PrefixList=\"t \"",
+      {"<xa:EncapsulatedTimeStamp>c2Vjb25k", "<xa:XMLTimeStamp/><xa:EncapsulatedTimeStamp>c2Vjb25k",
        "QP SP SSP 2024 1-111"},
-      {"one bad certificate value", "<xa:CertificateValues>",
+      {"c2Vjb25k", "c2Vjb25", "QP SP SSP 2024 1-111"},
+      {"</xa:EncapsulatedTimeStamp>", "</xa:EncapsulatedTimeStamp><x/>", "QP SP SSP 2024 12111"},
+      {"PrefixList=\"t\"", "PrefixList=\"t \"", "QP SP SSP 2024 1-111"},
+      {"<xa:CertificateValues>",
        "<xa:CertificateValues><xa:EncapsulatedX509Certificate>AQID"
        "</xa:EncapsulatedX509Certificate>",
        "QP SP SSP 2024 12-11"},
-      {"misnamed certificate value", "<xa:CertificateValues>",
-       "<xa:CertificateValues><xa:OtherCertificate/>", "QP SP SSP 2024 12-11"},
-      {"something behind CertRefs", "</xa:CertRefs>", "</xa:CertRefs><x/>", "QP SP SSP 2024 121-1"},
-      {"empty CertRefs", "<xa:CompleteCertificateRefs>",
+      {"<xa:CertificateValues>", "<xa:CertificateValues><xa:OtherCertificate/>",
+       "QP SP SSP 2024 12-11"},
+      {"</xa:CertRefs>", "</xa:CertRefs><x/>", "QP SP SSP 2024 121-1"},
+      {"<xa:CompleteCertificateRefs>",
        "<xa:CompleteCertificateRefs><xa:CertRefs/></xa:CompleteCertificateRefs>"
        "<xa:CompleteCertificateRefs>",
        "QP SP SSP 2024 12101"},
-      {"UnsignedProperties third", "<xa:UnsignedProperties>", "<x/><xa:UnsignedProperties>",
+      {"<xa:UnsignedProperties>", "<x/><xa:UnsignedProperties>", "QP SP SSP 2024 1----"},
+      {"<xa:UnsignedSignatureProperties>", "<x/><xa:UnsignedSignatureProperties>",
        "QP SP SSP 2024 1----"},
-      {"other first unsigned child", "<xa:UnsignedSignatureProperties>",
-       "<x/><xa:UnsignedSignatureProperties>", "QP SP SSP 2024 1----"},
-      {"countersignature without signature", "<ds:Signature Id=\"CS\"/>", "",
-       "QP SP SSP 2024 12110"},
-      {"second countersignature", "<other/>", "<ds:Signature/>", "QP SP SSP 2024 12112"},
+      {"<ds:Signature Id=\"CS\"/>", "", "QP SP SSP 2024 12110"},
+      {"<other/>", "<ds:Signature/>", "QP SP SSP 2024 12112"},
   };
   for (const Row &row : rows) {
-    SCOPED_TRACE(row.name);
+    SCOPED_TRACE(std::string(row.from) + " to " + row.to);
     const std::string expected = *row.expected == '\0' ? "- - - - -----" : row.expected;
-    EXPECT_EQ(summaryOf(decode(edited(richDocument(), row.from, row.to)).record.get()), expected);
+    EXPECT_EQ(summaryOf(decode(replaced(richDocument(), row.from, row.to)).record.get()), expected);
   }
 }
 
 TEST_F(DecodeXadesTest, ReadsIdsWhereverTheyStandAmongTheAttributes) {
   const std::string document =
-      edited(richDocument(), "Id=\"QP\" Target=\"#S\"", "Target=\"#S\" Id=\"QP\"");
+      replaced(richDocument(), "Id=\"QP\" Target=\"#S\"", "Target=\"#S\" Id=\"QP\"");
   EXPECT_EQ(summaryOf(decode(document).record.get()), "QP SP SSP 2024 12111");
-  EXPECT_EQ(summaryOf(decode(edited(document, "Id=\"QP\"", "ds:Id=\"QP\"")).record.get()),
+  EXPECT_EQ(summaryOf(decode(replaced(document, "Id=\"QP\"", "ds:Id=\"QP\"")).record.get()),
             "- SP SSP 2024 12111");
 }
 
@@ -114,18 +102,16 @@ TEST_F(DecodeXadesTest, TimeStampsKeepPrefixesOnlyWithoutComments) {
   const Decoded without = decode(richDocument());
   EXPECT_EQ(stampOf(without)->c14nAlgorithmId, 3);
   EXPECT_EQ(items<void>(stampOf(without)->inclusivePrefixes).size(), 1);
-  EXPECT_EQ(std::string(stampOf(without)->token.get(),
-                        stampOf(without)->token.get() + stampOf(without)->tokenLength),
-            "token");
-  const Decoded with = decode(edited(richDocument(),
-                                     "Method Algorithm=\"{exc-c14n}\"><ec:Inc"
-                                     "lusiveNamespaces PrefixList=\"t\"",
-                                     "Method Algorithm=\"{exc-c14n-comments}\"><ec:Inclusive"
-                                     "Namespaces PrefixList=\"t\""));
+  EXPECT_EQ(textOf({stampOf(without)->token.get(), stampOf(without)->tokenLength}), "token");
+  const Decoded with = decode(replaced(richDocument(),
+                                       "Method Algorithm=\"{exc-c14n}\"><ec:Inc"
+                                       "lusiveNamespaces PrefixList=\"t\"",
+                                       "Method Algorithm=\"{exc-c14n-comments}\"><ec:Inclusive"
+                                       "Namespaces PrefixList=\"t\""));
   EXPECT_EQ(stampOf(with)->c14nAlgorithmId, 4);
   EXPECT_EQ(stampOf(with)->inclusivePrefixes, nullptr);
   const Decoded none =
-      decode(edited(richDocument(), "<ec:InclusiveNamespaces PrefixList=\"t\"/>", ""));
+      decode(replaced(richDocument(), "<ec:InclusiveNamespaces PrefixList=\"t\"/>", ""));
   EXPECT_EQ(stampOf(none)->c14nAlgorithmId, 3);
   EXPECT_EQ(stampOf(none)->inclusivePrefixes, nullptr) << "no list is no failure";
 }
@@ -140,12 +126,10 @@ TEST_F(DecodeXadesTest, FindsPropertiesInTheFirstObjectThatHasOne) {
       "</xa:UnsignedSignatureProperties></xa:UnsignedProperties></xa:QualifyingProperties>"
       "</ds:Object>")));
   const auto find = [&document](const char *name) {
-    return findUnsignedSignatureProperty(findSignature(document), makeString(name).get());
+    return findUnsignedSignatureProperty(findSignature(document.get()), str(name).get());
   };
   EXPECT_EQ(talvo_xml_node_getattribute(find("A")), nullptr);
-  EXPECT_EQ(
-      viewOf(UString(talvo_xml_node_getattributevalue(find("B"), g_xml_xades_id, nullptr)).get()),
-      "1");
+  EXPECT_EQ(take(talvo_xml_node_getattributevalue(find("B"), g_xml_xades_id, nullptr)), "1");
   EXPECT_EQ(find("C"), nullptr);
 }
 

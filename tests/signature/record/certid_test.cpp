@@ -1,12 +1,11 @@
 #include "signature/record/certid.h"
 
 #include <algorithm>
-#include <string>
 
 #include "base/memory.h"
-#include "base/utf8.h"
 #include "support/keys.h"
 #include "support/library_test.h"
+#include "support/text.h"
 
 namespace talvo::test {
 namespace {
@@ -22,8 +21,15 @@ Buffer copyOf(std::string_view text, Buffer buffer) {
   return buffer;
 }
 
-TextBuffer textOf(std::string_view text) {
-  return copyText("test", text);
+// Method 4 is SHA-256.
+CertId certIdOf(int32_t method, const std::string &digest, const char *issuer, const char *serial) {
+  CertId certId;
+  certId.digestAlgorithmId = method;
+  certId.digestLength = static_cast<uint32_t>(digest.size());
+  certId.digest = copyOf(digest, makeBytes("test", digest.size()));
+  certId.issuerName = copyText("test", issuer);
+  certId.serialNumber = copyText("test", serial);
+  return certId;
 }
 
 std::string digestOf(const Certificate &certificate, int32_t hash) {
@@ -33,7 +39,7 @@ std::string digestOf(const Certificate &certificate, int32_t hash) {
       TalvoPKICertGetCertHashAttribute(certificate.get(), kHashAttribute, hash, &bytes, &length),
       1);
   const CryptoBytes owned(bytes);
-  return {bytes, bytes + length};
+  return textOf({bytes, length});
 }
 
 TEST_F(CertIdTest, MatchesAsTheInterfaceHasAlwaysDone) {
@@ -64,12 +70,7 @@ TEST_F(CertIdTest, MatchesAsTheInterfaceHasAlwaysDone) {
   };
   for (const Row &row : rows) {
     SCOPED_TRACE(row.name);
-    CertId certId;
-    certId.digestAlgorithmId = row.method;
-    certId.digestLength = static_cast<uint32_t>(row.digest.size());
-    certId.digest = copyOf(row.digest, makeBytes("test", row.digest.size()));
-    certId.issuerName = textOf(row.issuer);
-    certId.serialNumber = textOf(row.serial);
+    const CertId certId = certIdOf(row.method, row.digest, row.issuer, row.serial);
     EXPECT_EQ(talvo_xml_signature_xades_certid_matchcert(&certId, certificate.get()), row.matches);
     EXPECT_EQ(talvo_xml_signature_xades_certid_matchcert(&certId, nullptr), 0);
   }
@@ -83,19 +84,14 @@ TEST_F(CertIdTest, IncompleteIdentifiersMatchNothing) {
 }
 
 TEST_F(CertIdTest, HandsOutCopies) {
-  CertId certId;
-  certId.digestAlgorithmId = 4;
-  certId.digestLength = 3;
-  certId.digest = copyOf(std::string_view("abc"), makeBytes("test", 3));
-  certId.issuerName = textOf("CN=a");
-  certId.serialNumber = textOf("not a number");
+  const CertId certId = certIdOf(4, "abc", "CN=a", "not a number");
   const OwnedCertId copy = copyCertId(certId);
   ASSERT_NE(copy, nullptr);
   uint8_t *bytes = nullptr;
   uint32_t length = 0;
   ASSERT_EQ(talvo_xml_signature_xades_certid_getcerthashvalue(copy.get(), &bytes, &length), 1);
   const ByteBuffer owned(bytes);
-  EXPECT_EQ(std::string(bytes, bytes + length), "abc");
+  EXPECT_EQ(textOf({bytes, length}), "abc");
   EXPECT_NE(bytes, copy->digest.get());
   EXPECT_EQ(talvo_xml_signature_xades_certid_getcerthashvalue(copy.get(), nullptr, &length), 0);
   EXPECT_EQ(talvo_xml_signature_xades_certid_getsn(copy.get()), nullptr);

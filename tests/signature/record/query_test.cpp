@@ -1,10 +1,6 @@
 // The public queries over a decoded signature: what they answer, and what they answer for nothing.
-#include <string>
-
-#include "base/utf8.h"
 #include "signature/decode/reference.h"
 #include "signature/record/record.h"
-#include "signature/vocabulary/vocabulary.h"
 #include "support/sample_signature.h"
 
 namespace talvo::test {
@@ -12,23 +8,12 @@ namespace {
 
 class QueryTest : public LibraryTest {};
 
-std::string take(talvo_ustring *string) {
-  const UString owned(string);
-  return owned ? std::string(viewOf(owned.get())) : "null";
-}
-
-std::string take(talvo_data_blob *blob) {
-  const Blob owned(blob);
-  const Bytes octets = bytesOf(blob);
-  return owned ? std::string(octets.begin(), octets.end()) : "null";
-}
-
 TEST_F(QueryTest, AnswersForTheSignature) {
   const Decoded decoded = decode(richDocument());
   const Signature *signature = decoded.record.get();
   ASSERT_NE(signature, nullptr);
   int32_t method = 0;
-  EXPECT_EQ(talvo_xml_signature_getnode(signature), findSignature(decoded.document));
+  EXPECT_EQ(talvo_xml_signature_getnode(signature), findSignature(decoded.document.get()));
   EXPECT_EQ(take(talvo_xml_signature_getid(signature)), "S");
   EXPECT_EQ(take(talvo_xml_signature_getsignaturevalueid(signature)), "SV");
   EXPECT_EQ(take(talvo_xml_signature_getsignedinfoid(signature)), "SI");
@@ -52,7 +37,7 @@ TEST_F(QueryTest, AnswersForReferences) {
   EXPECT_EQ(take(talvo_xml_signature_reference_geturi(first)), "#data");
   EXPECT_EQ(take(talvo_xml_signature_reference_gettype(first)), "urn:type");
   EXPECT_EQ(take(talvo_xml_signature_reference_geturi(second)), "");
-  EXPECT_EQ(take(talvo_xml_signature_reference_gettype(second)), "null");
+  EXPECT_EQ(take(talvo_xml_signature_reference_gettype(second)), "(null)");
   EXPECT_EQ(talvo_xml_signature_reference_getdigestmethod(first), 4);
   EXPECT_EQ(talvo_xml_signature_reference_getdigestmethod(second), -1);
   EXPECT_EQ(take(talvo_xml_signature_reference_getdigesturi(second)), "urn:unknown");
@@ -63,7 +48,7 @@ TEST_F(QueryTest, AnswersForReferences) {
   EXPECT_EQ(talvo_xml_signature_reference_gettransform(first, 2), 48);
   EXPECT_EQ(talvo_xml_signature_reference_gettransform(first, 3), -1);
   EXPECT_EQ(take(talvo_xml_signature_reference_gettransformuri(first, 2)), expand("{enveloped}"));
-  EXPECT_EQ(take(talvo_xml_signature_reference_gettransformuri(first, -1)), "null");
+  EXPECT_EQ(take(talvo_xml_signature_reference_gettransformuri(first, -1)), "(null)");
   EXPECT_NE(talvo_xml_signature_reference_gettransformnode(first, 2), nullptr);
 }
 
@@ -78,9 +63,9 @@ TEST_F(QueryTest, AnswersForKeyInfo) {
     bool hasNode;
   };
   const Row rows[] = {
-      {1, "Key name", -1, -1, false}, {2, "null", 2, 16, false},  {2, "null", 1, 5, false},
-      {2, "null", -1, -1, false},     {3, "#KI", -1, -1, false},  {4, "null", -1, -1, false},
-      {7, "managed", -1, -1, false},  {-1, "null", -1, -1, true}, {-1, "null", -1, -1, false}};
+      {1, "Key name", -1, -1, false}, {2, "(null)", 2, 16, false},  {2, "(null)", 1, 5, false},
+      {2, "(null)", -1, -1, false},   {3, "#KI", -1, -1, false},    {4, "(null)", -1, -1, false},
+      {7, "managed", -1, -1, false},  {-1, "(null)", -1, -1, true}, {-1, "(null)", -1, -1, false}};
   ASSERT_EQ(talvo_xml_signature_getkeyinfocount(signature), 8);
   int32_t index = 0;
   for (const Row &row : rows) {
@@ -105,7 +90,7 @@ TEST_F(QueryTest, AnswersForObjects) {
   EXPECT_EQ(take(talvo_xml_signature_getobjectid(signature, 2)), "O3");
   EXPECT_EQ(take(talvo_xml_signature_getobjectmimetype(signature, 1)), "text/plain");
   EXPECT_EQ(take(talvo_xml_signature_getobjectencoding(signature, 1)), "urn:e");
-  EXPECT_EQ(take(talvo_xml_signature_getobjectencoding(signature, 0)), "null");
+  EXPECT_EQ(take(talvo_xml_signature_getobjectencoding(signature, 0)), "(null)");
   EXPECT_EQ(talvo_xml_signature_getobjectnode(signature, 3), nullptr);
   EXPECT_EQ(talvo_xml_signature_getobjectcontentcount(signature, 1), 0);
   EXPECT_EQ(talvo_xml_signature_getobjectcontentcount(signature, 3), -1);
@@ -137,7 +122,7 @@ TEST_F(QueryTest, AnswersForXadesProperties) {
   EXPECT_EQ(talvo_xml_signature_xades_getcountersignature(signature, 1), nullptr);
   EXPECT_EQ(talvo_xml_signature_xades_getsignaturetimestampcount(signature), 2);
   EXPECT_EQ(take(talvo_xml_signature_xades_getsignaturetimestamptoken(signature, 1)), "second");
-  EXPECT_EQ(take(talvo_xml_signature_xades_getsignaturetimestamptoken(signature, 2)), "null");
+  EXPECT_EQ(take(talvo_xml_signature_xades_getsignaturetimestamptoken(signature, 2)), "(null)");
   EXPECT_EQ(talvo_xml_signature_xades_getsignaturetimestampc14n(signature, 0), 3);
   EXPECT_EQ(talvo_xml_signature_xades_getsignaturetimestampc14n(signature, 1), -1);
   const Time time(talvo_xml_signature_xades_getsigningtime(signature));
@@ -162,6 +147,25 @@ TEST_F(QueryTest, RevocationGettersServeCertificateReferences) {
   EXPECT_EQ(talvo_biginteger_getbits(serial.get()), 5);
 }
 
+TEST_F(QueryTest, CountsAreZeroWhereNothingIsAndMinusOneForNull) {
+  const Decoded decoded = decode(plainSignature());
+  ASSERT_NE(decoded.record, nullptr);
+  for (const auto count :
+       {talvo_xml_signature_getkeyinfocount, talvo_xml_signature_getkeyinfocertcount,
+        talvo_xml_signature_getobjectcount, talvo_xml_signature_xades_getcertificatevaluescount,
+        talvo_xml_signature_xades_getcompleterevocationrefscount,
+        talvo_xml_signature_xades_getcountersignaturecount,
+        talvo_xml_signature_xades_getsignaturetimestampcount}) {
+    EXPECT_EQ(count(decoded.record.get()), 0);
+    EXPECT_EQ(count(nullptr), -1);
+  }
+  for (const Signature *signature : {decoded.record.get(), static_cast<Signature *>(nullptr)}) {
+    EXPECT_EQ(talvo_xml_signature_xades_hassigningcertificate(signature), 0);
+    EXPECT_EQ(talvo_xml_signature_xades_getsigningtime(signature), nullptr);
+    EXPECT_EQ(talvo_xml_signature_getsigncert(signature), nullptr);
+  }
+}
+
 TEST_F(QueryTest, AnswersNothingForNull) {
   int32_t number = 7;
   uint8_t *bytes = nullptr;
@@ -173,60 +177,12 @@ TEST_F(QueryTest, AnswersNothingForNull) {
   EXPECT_EQ(number, 7);
   EXPECT_EQ(talvo_xml_signature_getreflist(nullptr), nullptr);
   EXPECT_EQ(talvo_xml_signature_getsignedinfo(nullptr), nullptr);
-  EXPECT_EQ(talvo_xml_signature_getsigncert(nullptr), nullptr);
   EXPECT_EQ(talvo_xml_signature_getc14nmethod(nullptr), -1);
   EXPECT_EQ(talvo_xml_signature_reference_gettransformcount(nullptr), -1);
-  EXPECT_EQ(talvo_xml_signature_getkeyinfocount(nullptr), -1);
-  EXPECT_EQ(talvo_xml_signature_getkeyinfocertcount(nullptr), -1);
-  EXPECT_EQ(talvo_xml_signature_getobjectcount(nullptr), -1);
-  EXPECT_EQ(talvo_xml_signature_xades_hassigningcertificate(nullptr), 0);
-  EXPECT_EQ(talvo_xml_signature_xades_getcertificatevaluescount(nullptr), -1);
-  EXPECT_EQ(talvo_xml_signature_xades_getcompleterevocationrefscount(nullptr), -1);
-  EXPECT_EQ(talvo_xml_signature_xades_getcountersignaturecount(nullptr), -1);
-  EXPECT_EQ(talvo_xml_signature_xades_getsignaturetimestampcount(nullptr), -1);
   EXPECT_EQ(talvo_xml_signature_xades_certid_getcerthashalgo(nullptr), -1);
   EXPECT_EQ(talvo_xml_signature_xades_certid_getcerthashvalue(nullptr, &bytes, &length), 0);
   EXPECT_EQ(talvo_xml_signature_xades_certid_getissuer(nullptr), nullptr);
   EXPECT_EQ(talvo_xml_signature_xades_certid_getsn(nullptr), nullptr);
-}
-
-TEST_F(QueryTest, CountsAreZeroWhereNothingIs) {
-  const Decoded decoded = decode(plainSignature());
-  const Signature *signature = decoded.record.get();
-  ASSERT_NE(signature, nullptr);
-  EXPECT_EQ(talvo_xml_signature_getkeyinfocount(signature), 0);
-  EXPECT_EQ(talvo_xml_signature_getkeyinfocertcount(signature), 0);
-  EXPECT_EQ(talvo_xml_signature_getobjectcount(signature), 0);
-  EXPECT_EQ(talvo_xml_signature_xades_hassigningcertificate(signature), 0);
-  EXPECT_EQ(talvo_xml_signature_xades_getcertificatevaluescount(signature), 0);
-  EXPECT_EQ(talvo_xml_signature_xades_getcompleterevocationrefscount(signature), 0);
-  EXPECT_EQ(talvo_xml_signature_xades_getcountersignaturecount(signature), 0);
-  EXPECT_EQ(talvo_xml_signature_xades_getsignaturetimestampcount(signature), 0);
-  EXPECT_EQ(talvo_xml_signature_xades_getsigningtime(signature), nullptr);
-}
-
-TEST_F(QueryTest, OutputLengthsAreWholeOctetsOfMacs) {
-  struct Row {
-    const char *method;
-    const char *length;
-    int32_t octets;
-  };
-  const Row rows[] = {{"{hmac-sha1}", "", 20},      {"{hmac-sha256}", "", 32},
-                      {"{hmac-sha256}", " 8", 1},   {"{hmac-sha256}", "80", 10},
-                      {"{hmac-sha256}", "252", 0},  {"{rsa-sha256}", "", 0},
-                      {"{ecdsa-sha256}", "256", 0}, {"urn:unknown", "8", 0}};
-  for (const Row &row : rows) {
-    SCOPED_TRACE(std::string(row.method) + row.length);
-    const std::string child = *row.length == '\0' ? ""
-                                                  : std::string("<ds:HMACOutputLength>") +
-                                                        row.length + "</ds:HMACOutputLength>";
-    const Decoded decoded =
-        decode(edited(plainSignature(), "{rsa-sha256}\"/>",
-                      std::string(row.method) + "\">" + child + "</ds:SignatureMethod>"));
-    int32_t octets = 0;
-    EXPECT_EQ(talvo_xml_signature_gethmaclength(decoded.record.get(), &octets), row.octets != 0);
-    EXPECT_EQ(octets, row.octets);
-  }
 }
 
 TEST_F(QueryTest, ManifestReferencesBelongToTheCaller) {
@@ -237,8 +193,8 @@ TEST_F(QueryTest, ManifestReferencesBelongToTheCaller) {
   ASSERT_EQ(items<Reference>(references).size(), 1);
   const OwnedReference reference(items<Reference>(references)[0]);
   EXPECT_EQ(take(talvo_xml_signature_reference_getid(reference.get())), "MR");
-  EXPECT_EQ(findEnclosingSignature(manifest), findSignature(document));
-  EXPECT_EQ(talvo_xml_signature_decodemanifestnode(findSignature(document)), nullptr);
+  EXPECT_EQ(findEnclosingSignature(manifest), findSignature(document.get()));
+  EXPECT_EQ(talvo_xml_signature_decodemanifestnode(findSignature(document.get())), nullptr);
   EXPECT_EQ(talvo_xml_signature_decodemanifestnode(nullptr), nullptr);
 }
 
@@ -267,7 +223,7 @@ TEST_F(QueryTest, DescribesSignedInfoOnlyWhereAContextCanBeMade) {
   };
   for (const Row &row : rows) {
     SCOPED_TRACE(row.name);
-    const Decoded decoded = decode(edited(plainSignature(), row.from, row.to));
+    const Decoded decoded = decode(replaced(plainSignature(), row.from, row.to));
     ASSERT_NE(decoded.record, nullptr);
     const Context context(talvo_xml_signature_getsignedinfo(decoded.record.get()));
     EXPECT_EQ(context != nullptr, row.described);

@@ -12,7 +12,7 @@ namespace {
 class SetterTest : public LibraryTest {};
 
 Decoded withMethod(const char *method) {
-  return decode(edited(plainSignature(), "{rsa-sha256}", method));
+  return decode(replaced(plainSignature(), "{rsa-sha256}", method));
 }
 
 BigInteger number(const char *decimal) {
@@ -59,9 +59,9 @@ TEST_F(SetterTest, TakesDomainParametersInCompleteSets) {
 
 TEST_F(SetterTest, KeepsACopyOfTheBasePath) {
   const Decoded decoded = decode(plainSignature());
-  EXPECT_EQ(talvo_xml_signature_setbasepath(decoded.record.get(), makeString("/tmp").get()), 1);
+  EXPECT_EQ(talvo_xml_signature_setbasepath(decoded.record.get(), str("/tmp").get()), 1);
   EXPECT_EQ(talvo_xml_signature_setbasepath(decoded.record.get(), nullptr), 0);
-  EXPECT_EQ(viewOf(decoded.record->basePath.get()), "/tmp");
+  EXPECT_EQ(textOf(decoded.record->basePath), "/tmp");
 }
 
 TEST_F(SetterTest, CertificatesWithoutASigningUsageAreRefused) {
@@ -82,9 +82,7 @@ TEST_F(SetterTest, CertificatesWithoutASigningUsageAreRefused) {
   int32_t accepted = 0;
   for (const Row &row : rows) {
     SCOPED_TRACE(row.keyUsage);
-    IdentityOptions options;
-    options.keyUsage = row.keyUsage;
-    const Certificate certificate = makeIdentity(options).publicCertificate();
+    const Certificate certificate = makeIdentity({.keyUsage = row.keyUsage}).publicCertificate();
     EXPECT_EQ(issigncert(certificate.get()), row.accepted);
     EXPECT_EQ(talvo_xml_signature_addcert(decoded.record.get(), certificate.get()), row.accepted);
     accepted += row.accepted ? 1 : 0;

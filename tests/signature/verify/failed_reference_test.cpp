@@ -1,5 +1,4 @@
 // Which reference of a signature failed.
-#include "signature/record/record.h"
 #include "support/signing.h"
 
 namespace talvo::test {
@@ -25,8 +24,8 @@ TEST_F(FailedReferenceTest, TheIndexIsThatOfTheFirstWhichDoesNotHold) {
   EXPECT_EQ(failed(&error), -1);
   for (const int32_t index : {2, 1, 0}) {
     const std::string id(1, static_cast<char>('a' + index));
-    XmlNode *element = talvo_xml_getidelemnode(document.get(), text(id).get());
-    ASSERT_EQ(talvo_xml_node_setvalue(element, text("changed").get()), 1);
+    XmlNode *element = talvo_xml_getidelemnode(document.get(), str(id).get());
+    ASSERT_EQ(talvo_xml_node_setvalue(element, str("changed").get()), 1);
     EXPECT_EQ(failed(&error), index);
     EXPECT_EQ(error, 2U);
   }

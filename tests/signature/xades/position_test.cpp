@@ -7,35 +7,31 @@ namespace {
 
 class PositionTest : public LibraryTest {};
 
-std::string uri(const talvo_ustring *string) {
-  return std::string(viewOf(string));
-}
-
 // A Signature with the given attributes and what follows its SignatureValue.
 std::string signature(const std::string &attributes, const std::string &rest) {
-  return "<ds:Signature xmlns:ds=\"" + uri(g_xml_signature_nsuri) + "\"" + attributes +
+  return "<ds:Signature xmlns:ds=\"" + textOf(g_xml_signature_nsuri) + "\"" + attributes +
          "><ds:SignatureValue/>" + rest + "</ds:Signature>";
 }
 
 std::string xades(const std::string &prefix, const std::string &content) {
   const std::string name = (prefix.empty() ? "" : prefix + ":") + "QualifyingProperties";
   return "<" + name + " xmlns" + (prefix.empty() ? "" : ":" + prefix) + "=\"" +
-         uri(g_xml_xadesv132_nsuri) + "\"" + content + "</" + name + ">";
+         textOf(g_xml_xadesv132_nsuri) + "\"" + content + "</" + name + ">";
 }
 
 XmlNode *signatureValue(const Document &doc) {
-  return talvo_xml_node_getchildren(talvo_xml_doc_getrootelement(doc.get()));
+  return talvo_xml_node_getchildren(rootOf(doc));
 }
 
 std::string textOfRoot(const Document &doc) {
-  return test::textOf(Blob(talvo_xml_element_dump(talvo_xml_doc_getrootelement(doc.get()))));
+  return elementText(rootOf(doc));
 }
 
 TEST_F(PositionTest, WhatIsMissingIsMadeInTheNamespaceOfWhatIsThere) {
   const std::string empty =
       "<x:UnsignedProperties><x:UnsignedSignatureProperties>\n"
       "</x:UnsignedSignatureProperties></x:UnsignedProperties>";
-  const auto made = [&](const std::string &prefix) { return replaced(empty, "x:", prefix); };
+  const auto made = [&](const std::string &prefix) { return replacedAll(empty, "x:", prefix); };
   const std::pair<std::string, std::string> rows[] = {
       {"", "<ds:Object>\n" + xades("xa", " Target=\"#s\">" + made("xa:")) + "\n</ds:Object>"},
       {"\n<ds:Object>data</ds:Object>", "\n<ds:Object>data</ds:Object><ds:Object>\n" +
@@ -54,8 +50,8 @@ TEST_F(PositionTest, WhatIsMissingIsMadeInTheNamespaceOfWhatIsThere) {
     XmlNode *ns = nullptr;
     XmlNode *position = getUnsignedSignaturePropertiesLastChildPos(signatureValue(doc), &ns);
     EXPECT_EQ(textOfRoot(doc), signature(" Id=\"s\"", after));
-    EXPECT_EQ(test::textOf(UString(talvo_xml_node_getvalue(position))), "\n");
-    EXPECT_EQ(test::textOf(UString(talvo_xml_node_getnsuri(ns))), uri(g_xml_xadesv132_nsuri));
+    EXPECT_EQ(take(talvo_xml_node_getvalue(position)), "\n");
+    EXPECT_EQ(take(talvo_xml_node_getnsuri(ns)), textOf(g_xml_xadesv132_nsuri));
     // The second time everything is there.
     EXPECT_EQ(getUnsignedSignaturePropertiesLastChildPos(signatureValue(doc), &ns), position);
   }
@@ -87,12 +83,12 @@ TEST_F(PositionTest, ThePositionIsBehindEverythingThatIsThere) {
                                  "</ds:Object>"));
   XmlNode *ns = nullptr;
   XmlNode *position = getUnsignedSignaturePropertiesLastChildPos(signatureValue(doc), &ns);
-  EXPECT_EQ(test::textOf(UString(talvo_xml_node_getname(position))), "last");
+  EXPECT_EQ(take(talvo_xml_node_getname(position)), "last");
 }
 
 TEST_F(PositionTest, AnEmptyElementGetsALineFeed) {
   const Document doc = parse("<a><b/>text</a>");
-  XmlNode *root = talvo_xml_doc_getrootelement(doc.get());
+  XmlNode *root = rootOf(doc);
   XmlNode *child = talvo_xml_node_getchildren(root);
   EXPECT_EQ(talvo_xml_signature_xades_getLastChildPos(doc.get(), root),
             talvo_xml_node_getnextsibling(child));

@@ -1,44 +1,44 @@
 #include "signature/decode/reference_context.h"
+
 #include "signature/generate/reference.h"
 #include "support/signature_namespace.h"
 
 namespace talvo::test {
 namespace {
 
-class ConvertTest : public LibraryTest {};
+class ReferenceContextTest : public LibraryTest {};
 
 // The Reference element of a context, with a digest.
 XmlNode *hostReference(const SignatureHost &host, ReferenceCtx *context, std::string_view digest) {
   host.textOf(generateReferences(host.doc(), host.ns(), listOf({context}).get()));
   XmlNode *value = talvo_xml_node_findelemnode(host.root(), g_xml_signature_digestvalue_name,
                                                g_xml_signature_nsuri);
-  talvo_xml_node_setvalue(value, makeString(digest).get());
+  talvo_xml_node_setvalue(value, str(digest).get());
   return talvo_xml_node_findelemnode(host.root(), g_xml_signature_reference_name,
                                      g_xml_signature_nsuri);
 }
 
 constexpr char kSha1Digest[] = "AQIDBAUGBwgJCgsMDQ4PEBESExQ=";
 
-TEST_F(ConvertTest, AReferenceElementDescribesItself) {
+TEST_F(ReferenceContextTest, AReferenceElementDescribesItself) {
   const SignatureHost host;
   const TransformContext enveloped = transform(48);
-  const TransformContext xpath = transform(32, makeString("self::a").get());
-  const ReferenceContext made(talvo_xml_signature_referencectx_new(
-      1, makeString("r").get(), makeString("#a").get(), makeString("urn:t").get(), nullptr,
-      listOf({enveloped.get(), xpath.get()}).get()));
+  const TransformContext xpath = transform(32, str("self::a").get());
+  const ReferenceContext made(
+      talvo_xml_signature_referencectx_new(1, str("r").get(), str("#a").get(), str("urn:t").get(),
+                                           nullptr, listOf({enveloped.get(), xpath.get()}).get()));
   const ReferenceContext read(
       talvo_xml_signature_referencectx_decode(hostReference(host, made.get(), kSha1Digest)));
   ASSERT_NE(read, nullptr);
-  EXPECT_EQ(test::textOf(read->id) + " " + test::textOf(read->uri) + " " + test::textOf(read->type),
-            "r #a urn:t");
+  EXPECT_EQ(textOf(read->id) + " " + textOf(read->uri) + " " + textOf(read->type), "r #a urn:t");
   EXPECT_EQ(read->digestMethod, 1U);
-  EXPECT_EQ(test::textOf(read->digestValue), kSha1Digest);
+  EXPECT_EQ(textOf(read->digestValue), kSha1Digest);
   ASSERT_EQ(items<TransformCtx>(read->transforms).size(), 2);
   EXPECT_EQ(items<TransformCtx>(read->transforms)[0]->algorithm, 48);
   EXPECT_EQ(test::textOf(items<TransformCtx>(read->transforms)[1]->expression), "self::a");
 }
 
-TEST_F(ConvertTest, WhatAContextRefusesIsNotConverted) {
+TEST_F(ReferenceContextTest, WhatAContextRefusesIsNotConverted) {
   const SignatureHost host;
   const Blob content(talvo_data_blob_new("x", 1));
   const ReferenceContext withoutUri(

@@ -1,8 +1,3 @@
-#include <string>
-
-#include "base/utf8.h"
-#include "signature/record/record.h"
-#include "signature/vocabulary/vocabulary.h"
 #include "support/sample_signature.h"
 
 namespace talvo::test {
@@ -11,7 +6,7 @@ namespace {
 class IdRegistrationTest : public LibraryTest {};
 
 bool isDeclared(const Document &document, const char *id) {
-  return talvo_xml_getidelemnode(document.get(), makeString(id).get()) != nullptr;
+  return talvo_xml_getidelemnode(document.get(), str(id).get()) != nullptr;
 }
 
 std::string declared(const Document &document, std::initializer_list<const char *> ids) {
@@ -45,18 +40,17 @@ TEST_F(IdRegistrationTest, FindsEverySignature) {
 TEST_F(IdRegistrationTest, NoticesEveryEdit) {
   const Document document =
       parse(expand("<doc xmlns:ds='{ds}'><ds:Signature><a/></ds:Signature></doc>"));
-  XmlNode *signature = findSignature(document);
+  XmlNode *signature = findSignature(document.get());
   XmlNode *a = talvo_xml_node_getelemchildren(signature);
   EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
-  XmlNode *attribute =
-      talvo_xml_node_newattr(a, nullptr, g_xml_signature_id, makeString("1").get());
+  XmlNode *attribute = talvo_xml_node_newattr(a, nullptr, g_xml_signature_id, str("1").get());
   EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
   EXPECT_EQ(declared(document, {"1", "2"}), "1 ") << "a new attribute";
-  EXPECT_EQ(talvo_xml_node_setvalue(attribute, makeString("2").get()), 1);
+  EXPECT_EQ(talvo_xml_node_setvalue(attribute, str("2").get()), 1);
   EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
   EXPECT_EQ(declared(document, {"1", "2"}), "2 ") << "a new value";
   XmlNode *copy = talvo_xml_node_dup(a);
-  talvo_xml_node_setvalue(talvo_xml_node_getattribute(copy), makeString("3").get());
+  talvo_xml_node_setvalue(talvo_xml_node_getattribute(copy), str("3").get());
   EXPECT_NE(talvo_xml_node_addchild(signature, copy), nullptr);
   EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
   EXPECT_EQ(declared(document, {"1", "2", "3"}), "2 3 ") << "a new element";
@@ -74,10 +68,10 @@ TEST_F(IdRegistrationTest, NeedsASignature) {
 TEST_F(IdRegistrationTest, LooksOnlyAtAttributesWithoutNamespace) {
   const Document document = parse(
       "<doc xmlns:n='urn:n'><a n:Id='1'/><b n:Id='2' Id='3'/><c id='4'/><d x='' Id='5'/></doc>");
-  XmlNode *root = talvo_xml_doc_getrootelement(document.get());
+  XmlNode *root = rootOf(document);
   EXPECT_EQ(talvo_xml_node_setsubtreeidattr(document.get(), root, g_xml_signature_id), 1);
   EXPECT_EQ(declared(document, {"1", "2", "3", "4", "5"}), "3 5 ");
-  EXPECT_EQ(talvo_xml_node_setsubtreeidattr(document.get(), root, makeString("id").get()), 1);
+  EXPECT_EQ(talvo_xml_node_setsubtreeidattr(document.get(), root, str("id").get()), 1);
   EXPECT_TRUE(isDeclared(document, "4"));
 }
 
@@ -85,9 +79,8 @@ TEST_F(IdRegistrationTest, FirstOfTwoEqualIdsWins) {
   const Document document = parse(
       expand("<doc xmlns:ds='{ds}'><ds:Signature><a Id='1'/><b Id='1'/></ds:Signature></doc>"));
   EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
-  const UString name(
-      talvo_xml_node_getname(talvo_xml_getidelemnode(document.get(), makeString("1").get())));
-  EXPECT_EQ(viewOf(name.get()), "a");
+  EXPECT_EQ(take(talvo_xml_node_getname(talvo_xml_getidelemnode(document.get(), str("1").get()))),
+            "a");
 }
 
 TEST_F(IdRegistrationTest, EmptyValueEndsTheWalk) {
@@ -99,7 +92,7 @@ TEST_F(IdRegistrationTest, EmptyValueEndsTheWalk) {
 
 TEST_F(IdRegistrationTest, OneNodeIsNotItsSubtree) {
   const Document document = parse("<doc Id='1'><a Id='2'/>text</doc>");
-  XmlNode *root = talvo_xml_doc_getrootelement(document.get());
+  XmlNode *root = rootOf(document);
   EXPECT_EQ(talvo_xml_node_findsetidattr(document.get(), root, g_xml_signature_id), 1);
   EXPECT_EQ(declared(document, {"1", "2"}), "1 ");
   XmlNode *text = talvo_xml_node_getnextsibling(talvo_xml_node_getchildren(root));
@@ -113,10 +106,10 @@ TEST_F(IdRegistrationTest, OneNodeIsNotItsSubtree) {
 
 TEST_F(IdRegistrationTest, ARecordDeclaresItsOwnElements) {
   // Ends with KeyInfo, so that decoding declares nothing.
-  const std::string text = edited(
-      edited(edited(plainSignature("<ds:KeyInfo Id='KI'/>"), "SignedInfo>", "SignedInfo Id='SI'>"),
-             "<ds:Reference ", "<ds:Reference Id='R' "),
-      "<ds:SignatureValue>", "<ds:SignatureValue Id='SV'>");
+  const std::string text = replaced(replaced(replaced(plainSignature("<ds:KeyInfo Id='KI'/>"),
+                                                      "SignedInfo>", "SignedInfo Id='SI'>"),
+                                             "<ds:Reference ", "<ds:Reference Id='R' "),
+                                    "<ds:SignatureValue>", "<ds:SignatureValue Id='SV'>");
   const Decoded decoded = decode(text);
   ASSERT_NE(decoded.record, nullptr);
   EXPECT_EQ(declared(decoded.document, {"S"}), "");
