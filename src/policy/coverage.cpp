@@ -201,9 +201,17 @@ bool CoverageWalk::isWhole(const XmlNode *element, const Place &place) const noe
          (place.depth.nodes > 0 && !coverage_.hasBorderBelow(element));
 }
 
+// The zone of what is around is not asked for: it can depend on the answer.
 bool CoverageWalk::isSubtreeFine(XmlNode *element) const {
+  Place around = top();
+  for (const XmlNode *node = talvo_xml_node_getparent(element); kindOf(node) == NodeKind::element;
+       node = talvo_xml_node_getparent(node)) {
+    if (const Depth *border = coverage_.borderAt(node)) {
+      around.depth += *border;
+    }
+  }
   Uncovered uncovered;
-  findUncovered(coverage_, talvo_xml_node_getdoc(element), element, false, &uncovered);
+  findUncoveredAt(coverage_, element, around, &uncovered);
   return uncovered.nodes.empty() && uncovered.comments.empty();
 }
 
@@ -371,6 +379,11 @@ void Finder::lookAt(XmlNode *top, const Place &place) {
 }
 
 }  // namespace
+
+void findUncoveredAt(const Coverage &coverage, XmlNode *top, const Place &around,
+                     Uncovered *uncovered) {
+  Finder(coverage, false, uncovered).lookAt(top, around);
+}
 
 void findUncovered(const Coverage &coverage, XmlDoc *document, XmlNode *top, bool anyComment,
                    Uncovered *uncovered) {

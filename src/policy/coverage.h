@@ -108,6 +108,10 @@ struct Uncovered {
 void findUncovered(const Coverage &coverage, XmlDoc *document, XmlNode *top, bool anyComment,
                    Uncovered *uncovered);
 
+// The same at or below an element, whose parent has this place.
+void findUncoveredAt(const Coverage &coverage, XmlNode *top, const Place &around,
+                     Uncovered *uncovered);
+
 // The node behind `node` in document order below `top` without its subtree; null at the end.
 XmlNode *nextOutside(XmlNode *node, const XmlNode *top) noexcept;
 // The first node of the document, before its root element or that itself.

@@ -43,5 +43,23 @@ TEST_F(VerdictTest, EachTamperingHasItsName) {
   }
 }
 
+TEST_F(VerdictTest, SignedPropertiesHaveToBeSigned) {
+  const std::string properties = R"("XAdES": {"HasSigningTime": true, "SignedPropertiesId": "sp"})";
+  const std::string reference =
+      to("#sp", R"("Type": "http://uri.etsi.org/01903#SignedProperties")");
+  const std::string good = sign(document(), parameters(enveloped() + "," + reference, properties));
+  EXPECT_EQ(verify(good).verdict(), "valid") << verify(good).json();
+  EXPECT_EQ(verify(sign(document(), parameters(enveloped(), properties))).reasons(),
+            "signed-properties-uncovered");
+  EXPECT_EQ(
+      verify(sign(document(), parameters(enveloped() + "," + to("#sp"), properties))).reasons(),
+      "signed-properties-uncovered");
+  const std::string second =
+      "<ds:Object><xa:QualifyingProperties xmlns:xa=\"http://uri.etsi.org/01903/v1.3.2#\"/>"
+      "</ds:Object>";
+  EXPECT_EQ(verify(replaced(good, "<ds:Object", second + "<ds:Object")).reasons(),
+            "several-qualifying-properties");
+}
+
 }  // namespace
 }  // namespace talvo::test
