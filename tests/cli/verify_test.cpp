@@ -52,10 +52,10 @@ TEST_F(VerifyTest, WorstOfSeveralFilesDecidesAndAllAreDone) {
 TEST_F(VerifyTest, JsonSaysTheSame) {
   expectRow(
       {"JSON", "verify --policy plain --json good.xml changed.xml none.xml broken.xml", 2,
-       R"re(^\{"file":"good.xml","valid":true,"error":0,"message":"valid","signatures":\[\{"path".*"subject":"CN=Jane Doe,C=DE".*\}\]\}
+       R"re(^\{"file":"good.xml","valid":true,"error":0,"message":"valid","signatures":\[\{"path".*"subject":"CN=Jane Doe,C=DE".*\}\],"verdict":"valid","policy":"plain","reasons":\[\]\}
 \{"file":"changed.xml","valid":false,"error":2,.*"failedReference":\{"number":1.*
-\{"file":"none.xml","valid":false,"error":16,"message":"[^"]+","signatures":\[\]\}
-\{"file":"broken.xml","valid":false,"error":null,"message":"[^"]+","signatures":\[\]\}
+\{"file":"none.xml","valid":false,"error":16,"message":"[^"]+","signatures":\[\],"verdict":"invalid",.*\}
+\{"file":"broken.xml","valid":false,"error":null,"message":"[^"]+","signatures":\[\],"verdict":"unreadable",.*\}
 $)re",
        ""});
 }
