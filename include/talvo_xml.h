@@ -240,12 +240,18 @@ TALVO_API XmlNode *talvo_xml_doc_getrootelement(const XmlDoc *doc) TALVO_NOEXCEP
  *
  * Between documents. A node that comes from another document takes along what it needs; the two
  * documents can be freed in any order. Its IDs are no longer known to the old document, nor yet to
- * the new one. An element or attribute that moves is bound to a declaration of its prefix and
- * namespace in scope at the new place; where there is none, one is made on the node that moved.
+ * the new one.
+ *
+ * Namespaces of what moves. A name is bound to a declaration of its prefix and namespace in scope
+ * at the new place. Where there is none, one is made on the node that moved, or, where the prefix
+ * means something else at the name, on its own element. An attribute then takes another prefix of
+ * its namespace that is in scope, or gets a new one ("ns1", "ns2" ...), and so does one that is
+ * bound to a default declaration. An element that declares its own prefix for another namespace
+ * than the one it is bound to cannot be moved once it has had a parent.
  *
  * Names bound to a declaration by a call (talvo_xml_node_newelem, newattr, setns) stay bound to
- * exactly that declaration while they have no parent: the element that holds it must outlive them.
- */
+ * exactly that declaration while they have no parent, and when they get their first one, also in
+ * another document: the element that holds the declaration must outlive them. */
 
 enum { TALVO_XML_10 = 0, TALVO_XML_11 = 1 };
 /* talvo_xml_doc_new returns a new, registered, empty document: `version` is TALVO_XML_10 or
@@ -282,13 +288,14 @@ TALVO_API XmlNode *talvo_xml_node_dup(const XmlNode *node) TALVO_NOEXCEPT;
  * children of an element or document. It returns the node; but a text that comes behind a text is
  * joined to that one, which is then returned, and the node's handle is void. NULL, and nothing
  * changed, when the node is not registered (it has a parent, or was removed from a document), is a
- * document, or is above `parent`. */
+ * document, or is above `parent`, and for a namespace that cannot move (see above). */
 TALVO_API XmlNode *talvo_xml_node_addchild(XmlNode *parent, XmlNode *node) TALVO_NOEXCEPT;
 /* talvo_xml_node_addprevsibling and talvo_xml_node_addnextsibling move a node, registered or not,
  * out of wherever it is to right before or after `ref`, and return it. An attribute goes only
  * beside an attribute, anything else never beside one; an attribute of the same name that the new
  * element has is freed, its handle void. NULL, and nothing changed, for a text beside a text, a
- * document or namespace declaration on either side, and a `ref` that is the node or below it.
+ * document or namespace declaration on either side, a `ref` that is the node or below it, and a
+ * namespace that cannot move (see above).
  * Among nodes without parent a registered node is unregistered, and all its new siblings with it:
  * they are freed by talvo_xml_end, if no tree has taken them in before. */
 TALVO_API XmlNode *talvo_xml_node_addprevsibling(XmlNode *ref, XmlNode *node) TALVO_NOEXCEPT;
@@ -313,10 +320,11 @@ TALVO_API int32_t talvo_xml_node_setdoc(XmlNode *tree, XmlDoc *doc) TALVO_NOEXCE
 TALVO_API int32_t talvo_xml_node_setns(XmlNode *node, const XmlNode *ns) TALVO_NOEXCEPT;
 /* talvo_xml_node_setvalue replaces the whole content of a node: 1, or 0 with the node unchanged.
  * For texts, comments and processing instructions the value is taken as it stands. For elements
- * and attributes it is read as XML text: "&amp;" stands for "&", and a lone "&" or a reference to
- * a declared entity is refused. What was below an element is freed, its handles void. An attribute
- * that is an ID is one under its new value, unless that is empty or taken. A document has no
- * content: 1, and no change. 0 for a namespace declaration. */
+ * and attributes it is read as XML text: "&amp;" stands for "&", and a lone "&", a reference to a
+ * declared entity and one to what is no character of XML ("&#0;") are refused. What was below an
+ * element is freed, its handles void. An attribute that is an ID is one under its new value, unless
+ * that is empty or taken within the document. A document has no content: 1, and no change. 0 for a
+ * namespace declaration. */
 TALVO_API int32_t talvo_xml_node_setvalue(XmlNode *node, const talvo_ustring *value) TALVO_NOEXCEPT;
 /* talvo_xml_doc_setrootelement makes a registered element the root of a document and returns it.
  * The root before it comes out as by talvo_xml_node_remove, but keeps its document. Siblings
@@ -334,8 +342,12 @@ TALVO_API void talvo_xml_doc_free(XmlDoc *doc) TALVO_NOEXCEPT;
  *
  * A document is parsed with entities replaced, attribute defaults of its DTD added, CDATA sections
  * turned into text and white space kept; IDs that its DTD declares, and "xml:id", are known. It
- * must be well-formed; that prefixes are declared is not asked. Elements nest at most 256 deep,
- * and a text, attribute value or comment has at most 10,000,000 bytes.
+ * must be well-formed; that prefixes are declared is not asked. Behind the root element everything
+ * from an octet 0 on is ignored.
+ *
+ * Elements nest at most 257 deep. A comment, processing instruction, CDATA section or text has at
+ * most 10,000,000 bytes, an attribute value a few less, a name 50,000; but a text of ASCII alone
+ * may be longer when it is parsed from memory.
  *
  * DTDs and external entities that the document names are loaded, from files and over HTTP. Read
  * what comes from strangers with talvo_xml_parse_ex and both flags. */
@@ -379,7 +391,8 @@ TALVO_API int32_t talvo_xml_doc_save(const XmlDoc *doc, const char *filename,
                                      uint32_t flags) TALVO_NOEXCEPT;
 /* talvo_xml_element_dump_ex returns a new blob with one element as text, without XML declaration
  * and without the namespace declarations that stand above it. With NULL as encoding, characters
- * beyond ASCII are written as references. */
+ * beyond ASCII are written as references; in attribute values they are in any encoding, unless the
+ * document declares one. */
 TALVO_API talvo_data_blob *talvo_xml_element_dump_ex(const XmlNode *element,
                                                      const char *encoding) TALVO_NOEXCEPT;
 /* talvo_xml_element_dump is talvo_xml_element_dump_ex in UTF-8. */
@@ -429,8 +442,9 @@ TALVO_API talvo_ustring *talvo_xml_node_getattributevalue(
     const XmlNode *element, const talvo_ustring *name, const talvo_ustring *nsuri) TALVO_NOEXCEPT;
 /* talvo_xml_node_findxpath hands out a new list (items borrowed) of the nodes that the XPath 1.0
  * expression selects, in document order, evaluated with `node` as context node and with the
- * namespace prefixes in scope there. Namespace nodes that it selects are left out. 0, with NULL in
- * `list`, when the expression does not compile or does not give a node set. */
+ * namespace prefixes in scope there. Namespace nodes that it selects are left out. A tree without
+ * document is taken for a document of its own. 0, with NULL in `list`, when the expression does not
+ * compile or does not give a node set. */
 TALVO_API int32_t talvo_xml_node_findxpath(XmlNode *node, const talvo_ustring *expression,
                                            talvo_arraylist **list) TALVO_NOEXCEPT;
 /* talvo_xml_getidattribute returns the attribute, borrowed, that is declared an ID of the document
@@ -441,9 +455,9 @@ TALVO_API XmlNode *talvo_xml_getidattribute(const XmlDoc *doc,
 TALVO_API XmlNode *talvo_xml_getidelemnode(const XmlDoc *doc,
                                            const talvo_ustring *id) TALVO_NOEXCEPT;
 /* talvo_xml_node_setidattr declares an attribute of the document, or of a tree without document,
- * to be an ID: 1, also when that value is an ID already and stays with its attribute; 0 for an
- * empty value and for an attribute of another document. The value counts as it stands, blanks
- * included. */
+ * to be an ID: 1, also when another attribute in the document is an ID of that value already and
+ * stays it, while one that is no longer part of the document gives way; 0 for an empty value and
+ * for an attribute of another document. The value counts as it stands, blanks included. */
 TALVO_API int32_t talvo_xml_node_setidattr(XmlDoc *doc, XmlNode *attr) TALVO_NOEXCEPT;
 
 /* ---- decoding a signature, queries ---- */

@@ -2,7 +2,8 @@
 #include "base/utf8.h"
 #include "xml/document.h"
 #include "xml/edit.h"
-#include "xml/namespace_binding.h"
+#include "xml/id_table.h"
+#include "xml/namespace.h"
 #include "xml/native.h"
 #include "xml/node.h"
 #include "xml/registry.h"
@@ -32,6 +33,17 @@ OwnedNode whole(const MemoryWatch &watch, xmlNode *made) noexcept {
   return watch.exhausted() ? nullptr : std::move(node);
 }
 
+// libxml2 declares an attribute that is an ID by its name, but not where another one had the value that is
+// not in the document any more. False when memory is exhausted.
+bool isKnownIfId(xmlAttr *attribute) noexcept {
+  if (attribute->doc == nullptr || isId(asNode(attribute)) ||
+      xmlIsID(attribute->doc, attribute->parent, attribute) != 1) {
+    return true;
+  }
+  const XmlChars value(xmlNodeGetContent(asNode(attribute)));
+  return value && enterId(attribute, value.get()) != IdDeclaration::outOfMemory;
+}
+
 xmlAttr *newAttribute(xmlNode *element, xmlNs *ns, const xmlChar *name,
                       const xmlChar *value) noexcept {
   const MemoryWatch watch;
@@ -39,7 +51,7 @@ xmlAttr *newAttribute(xmlNode *element, xmlNs *ns, const xmlChar *name,
   noteEdit(element);
   xmlAttr *attribute =
       ns == nullptr ? xmlNewProp(element, name, value) : xmlNewNsProp(element, ns, name, value);
-  if (attribute != nullptr && watch.exhausted()) {
+  if (attribute == nullptr || watch.exhausted() || !isKnownIfId(attribute)) {
     freeTree(asNode(attribute));
     return nullptr;
   }
@@ -167,8 +179,7 @@ XmlNode *talvo_xml_node_newns(XmlNode *element, const talvo_ustring *uri,
   if (kindOf(element) != NodeKind::element || !isUsable(uri) || !isUsable(prefix)) {
     return nullptr;
   }
-  noteEdit(native(element));
-  return handleOf(xmlNewNs(native(element), textOf(uri), textOf(prefix)));
+  return handleOf(declareNamespace(native(element), textOf(uri), textOf(prefix)));
 }
 
 XmlNode *talvo_xml_node_newattr(XmlNode *element, const XmlNode *ns, const talvo_ustring *name,

@@ -1,5 +1,7 @@
 // The public functions that link, detach, change and free nodes. They keep the registry true: what a
 // tree takes in leaves it, what is left without parent enters it.
+#include <charconv>
+
 #include "base/utf8.h"
 #include "xml/edit.h"
 #include "xml/id_table.h"
@@ -30,6 +32,15 @@ XmlNode *moveBeside(Where where, XmlNode *ref, XmlNode *node) noexcept {
   }
   DeleteSibling(node);
   return node;
+}
+
+// From the last back to the first of nodes that were moved to a place without parent.
+void unregisterMoved(xmlNode *first, xmlNode *last) noexcept {
+  while (last != first) {
+    DeleteSibling(handleOf(last));
+    last = last->prev;
+  }
+  DeleteSibling(handleOf(first));
 }
 
 // A text that follows a text becomes part of it, as an appended child does in libxml2.
@@ -87,7 +98,37 @@ bool parseValue(xmlDoc *doc, const Utf8 &value, OwnedNode *nodes) noexcept {
   return !watch.exhausted() && (*nodes || value.length() == 0) && isTextAlone(native(nodes->get()));
 }
 
+bool isXmlCharacter(uint32_t code) noexcept {
+  return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
+         (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
+}
+
+// Whether a text that begins with "&#" begins with a whole reference to a character of XML.
+bool isCharacterReference(std::string_view text) noexcept {
+  constexpr size_t kMark = 2;
+  const bool isHex = text.substr(kMark, 1) == "x";
+  text.remove_prefix(isHex ? kMark + 1 : kMark);
+  uint32_t code = 0;
+  const auto [end, fault] =
+      std::from_chars(text.data(), text.data() + text.size(), code, isHex ? 16 : 10);
+  const size_t digits = static_cast<size_t>(end - text.data());
+  return fault == std::errc() && text.substr(digits, 1) == ";" && isXmlCharacter(code);
+}
+
+// libxml2 leaves out what it does not understand of a character reference, or ends there.
+bool areReferencesSound(std::string_view value) noexcept {
+  constexpr std::string_view kMark = "&#";
+  size_t at = value.find(kMark);
+  while (at != std::string_view::npos && isCharacterReference(value.substr(at))) {
+    at = value.find(kMark, at + kMark.size());
+  }
+  return at == std::string_view::npos;
+}
+
 void replaceChildren(xmlNode *parent, OwnedNode nodes) noexcept {
+  if (parent->type == XML_ATTRIBUTE_NODE) {
+    noteEdit(parent);
+  }
   while (parent->children != nullptr) {
     freeTree(parent->children);
   }
@@ -99,31 +140,25 @@ void replaceChildren(xmlNode *parent, OwnedNode nodes) noexcept {
   }
 }
 
-// An ID keeps its place in the table under its new value, unless that is taken or empty.
-void replaceAttributeValue(xmlNode *attribute, OwnedNode nodes) noexcept {
-  noteEdit(attribute);
-  const bool wasId = isId(attribute);
-  {
-    IdRemoval removal;
-    removal.visit(attribute);
+// An ID keeps its place in the table under its new value, unless that is taken or empty. False when memory
+// is exhausted.
+bool renameId(xmlAttr *attribute, xmlNode *nodes) noexcept {
+  const XmlChars value(xmlNodeListGetString(attribute->doc, nodes, 1));
+  if ((nodes != nullptr && !value) ||
+      enterId(attribute, value.get()) == IdDeclaration::outOfMemory) {
+    return false;
   }
-  replaceChildren(attribute, std::move(nodes));
-  if (wasId) {
-    const XmlChars value(xmlNodeGetContent(attribute));
-    xmlAddID(nullptr, attribute->doc, value.get(), asAttr(attribute));
-  }
+  keepOnlyId(attribute, value.get());
+  return true;
 }
 
 int32_t setParsedValue(xmlNode *node, const Utf8 &value) noexcept {
   OwnedNode nodes;
-  if (!parseValue(node->doc, value, &nodes)) {
+  if (!areReferencesSound(value.view()) || !parseValue(node->doc, value, &nodes) ||
+      (isId(node) && !renameId(asAttr(node), native(nodes.get())))) {
     return 0;
   }
-  if (node->type == XML_ATTRIBUTE_NODE) {
-    replaceAttributeValue(node, std::move(nodes));
-  } else {
-    replaceChildren(node, std::move(nodes));
-  }
+  replaceChildren(node, std::move(nodes));
   return 1;
 }
 
@@ -204,17 +239,11 @@ XmlNode *talvo_xml_node_addsibling(XmlNode *ref, XmlNode *first) noexcept {
   if (first == nullptr || areBothText(ref, first) || !fitsWhole(place, native(first))) {
     return nullptr;
   }
-  XmlNode *anchor = ref;
-  // The step skips the rest of a text run, which therefore stays behind.
-  for (XmlNode *current = first; current != nullptr;) {
-    XmlNode *next = talvo_xml_node_getnextsibling(current);
-    anchor = moveBeside(Where::after, anchor, current);
-    if (anchor == nullptr) {
-      return nullptr;
-    }
-    current = next;
+  xmlNode *last = linkNodes(place, native(first), Extent::reachable);
+  if (last != nullptr && place.parent() == nullptr) {
+    unregisterMoved(native(first), last);
   }
-  return anchor;
+  return handleOf(last);
 }
 
 void talvo_xml_node_remove(XmlNode *node) noexcept {

@@ -10,15 +10,8 @@
 namespace talvo {
 namespace {
 
-// The attribute that the table names, in the document or not.
-xmlAttr *lookUp(const XmlDoc *doc, const talvo_ustring *id) noexcept {
-  const Utf8 value(id);
-  if (kindOf(doc) != NodeKind::document || !value) {
-    return nullptr;
-  }
-  xmlAttr *attribute = xmlGetID(nativeDoc(doc), xmlText(value.get()));
-  // libxml2 answers the document itself for an ID whose attribute is gone.
-  return handleOf(attribute) == doc ? nullptr : attribute;
+const xmlChar *textOf(const Utf8 &value) noexcept {
+  return xmlText(value.get());
 }
 
 }  // namespace
@@ -31,7 +24,9 @@ IdDeclaration declareId(XmlDoc *doc, XmlNode *attribute) noexcept {
   if (!value) {
     return IdDeclaration::outOfMemory;
   }
-  if (lookUp(doc, value.get()) != nullptr) {
+  const Utf8 text(value.get());
+  xmlAttr *holder = holderOfId(nativeDoc(doc), textOf(text));
+  if (holder != nullptr && isInDocument(handleOf(holder), doc)) {
     return IdDeclaration::done;
   }
   // The table keeps a pointer to the attribute, so the attribute must lead back to the document.
@@ -42,12 +37,7 @@ IdDeclaration declareId(XmlDoc *doc, XmlNode *attribute) noexcept {
   if (native(attribute)->doc != nativeDoc(doc)) {
     return IdDeclaration::refused;
   }
-  const MemoryWatch watch;
-  const xmlChar *text = xmlText(Utf8(value.get()).get());
-  if (xmlAddID(nullptr, nativeDoc(doc), text, nativeAttr(attribute)) != nullptr) {
-    return IdDeclaration::done;
-  }
-  return watch.exhausted() ? IdDeclaration::outOfMemory : IdDeclaration::refused;
+  return enterId(nativeAttr(attribute), textOf(text));
 }
 
 }  // namespace talvo
@@ -55,7 +45,11 @@ IdDeclaration declareId(XmlDoc *doc, XmlNode *attribute) noexcept {
 using namespace talvo;
 
 XmlNode *talvo_xml_getidattribute(const XmlDoc *doc, const talvo_ustring *id) noexcept {
-  XmlNode *attribute = handleOf(lookUp(doc, id));
+  const Utf8 value(id);
+  if (kindOf(doc) != NodeKind::document || !value) {
+    return nullptr;
+  }
+  XmlNode *attribute = handleOf(holderOfId(nativeDoc(doc), textOf(value)));
   return attribute != nullptr && isInDocument(attribute, doc) ? attribute : nullptr;
 }
 

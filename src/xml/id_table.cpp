@@ -6,16 +6,35 @@
 #include <libxml/dict.h>
 #include <libxml/hash.h>
 
+#include "xml/node.h"
+
+namespace talvo {
+
+// What a search through a table takes out: the entries of one attribute but for one value, or, without an
+// attribute, those of all attributes that are no ID any more.
+struct IdSweep {
+  const xmlAttr *attribute = nullptr;
+  const xmlChar *keep = nullptr;
+  xmlID *first = nullptr;
+
+  void collect(xmlID *id) noexcept {
+    const bool isWanted = attribute != nullptr
+                              ? id->attr == attribute && xmlStrEqual(id->value, keep) == 0
+                              : id->attr != nullptr && id->attr->atype != XML_ATTRIBUTE_ID;
+    if (isWanted) {
+      id->next = first;
+      first = id;
+    }
+  }
+};
+
+}  // namespace talvo
+
 extern "C" {
 
-static void collectDeadId(void *payload, void *chain, const xmlChar *name) noexcept {
+static void collectId(void *payload, void *sweep, const xmlChar *name) noexcept {
   static_cast<void>(name);
-  auto *id = static_cast<xmlID *>(payload);
-  auto **first = static_cast<xmlID **>(chain);
-  if (id->attr != nullptr && id->attr->atype != XML_ATTRIBUTE_ID) {
-    id->next = *first;
-    *first = id;
-  }
+  static_cast<talvo::IdSweep *>(sweep)->collect(static_cast<xmlID *>(payload));
 }
 
 static void freeId(void *payload, const xmlChar *name) noexcept {
@@ -38,18 +57,22 @@ xmlHashTable *tableOf(const xmlDoc *doc) noexcept {
   return doc == nullptr ? nullptr : static_cast<xmlHashTable *>(doc->ids);
 }
 
-void sweep(const xmlDoc *doc) noexcept {
+void sweep(const xmlDoc *doc, IdSweep what = {}) noexcept {
   xmlHashTable *table = tableOf(doc);
   if (table == nullptr) {
     return;
   }
-  xmlID *dead = nullptr;
-  xmlHashScan(table, collectDeadId, static_cast<void *>(&dead));
-  while (dead != nullptr) {
-    xmlID *next = dead->next;
-    xmlHashRemoveEntry(table, dead->value, freeId);
-    dead = next;
+  xmlHashScan(table, collectId, static_cast<void *>(&what));
+  while (what.first != nullptr) {
+    xmlID *next = what.first->next;
+    xmlHashRemoveEntry(table, what.first->value, freeId);
+    what.first = next;
   }
+}
+
+bool holdsId(const xmlAttr *attribute, const xmlChar *value) noexcept {
+  const auto *id = static_cast<xmlID *>(xmlHashLookup(tableOf(attribute->doc), value));
+  return id != nullptr && id->attr == attribute;
 }
 
 // The value of an attribute under which alone it can stand in a table; null when there may be others:
@@ -63,7 +86,50 @@ const xmlChar *onlyValue(const xmlAttr *attribute) noexcept {
   return text->content;
 }
 
+// The attribute loses its mark where it cannot stand in the table under another value.
+void vacate(const xmlDoc *doc, xmlAttr *holder, const xmlChar *value) noexcept {
+  xmlHashRemoveEntry(tableOf(doc), value, freeId);
+  const xmlChar *only = onlyValue(holder);
+  if (only != nullptr && xmlStrEqual(only, value)) {
+    unmarkId(asNode(holder));
+  }
+}
+
 }  // namespace
+
+xmlAttr *holderOfId(xmlDoc *doc, const xmlChar *value) noexcept {
+  xmlAttr *attribute = xmlGetID(doc, value);
+  // libxml2 answers the document itself for an ID whose attribute is gone.
+  return asNode(attribute) == asNode(doc) ? nullptr : attribute;
+}
+
+IdDeclaration enterId(xmlAttr *attribute, const xmlChar *value) noexcept {
+  xmlDoc *doc = attribute->doc;
+  xmlAttr *holder = holderOfId(doc, value);
+  if (holder == attribute || (holder != nullptr && isInDocument(handleOf(holder), handleOf(doc)))) {
+    return IdDeclaration::done;
+  }
+  if (holder != nullptr) {
+    vacate(doc, holder, value);
+  }
+  const MemoryWatch watch;
+  if (xmlAddID(nullptr, doc, value, attribute) != nullptr) {
+    return IdDeclaration::done;
+  }
+  return watch.exhausted() ? IdDeclaration::outOfMemory : IdDeclaration::refused;
+}
+
+void keepOnlyId(xmlAttr *attribute, const xmlChar *value) noexcept {
+  const xmlChar *only = onlyValue(attribute);
+  if (only == nullptr) {
+    sweep(attribute->doc, {attribute, value});
+  } else if (xmlStrEqual(only, value) == 0 && holdsId(attribute, only)) {
+    xmlHashRemoveEntry(tableOf(attribute->doc), only, freeId);
+  }
+  if (value == nullptr || !holdsId(attribute, value)) {
+    unmarkId(asNode(attribute));
+  }
+}
 
 IdRemoval::~IdRemoval() {
   sweep(unswept_);
@@ -73,8 +139,7 @@ void IdRemoval::remove(xmlAttr *attribute) noexcept {
   unmarkId(asNode(attribute));
   xmlHashTable *table = tableOf(attribute->doc);
   const xmlChar *value = table == nullptr ? nullptr : onlyValue(attribute);
-  const auto *id = value == nullptr ? nullptr : static_cast<xmlID *>(xmlHashLookup(table, value));
-  if (id != nullptr && id->attr == attribute) {
+  if (value != nullptr && holdsId(attribute, value)) {
     xmlHashRemoveEntry(table, value, freeId);
     return;
   }

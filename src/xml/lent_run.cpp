@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "base/boundary.h"
+#include "xml/carried_namespaces.h"
 #include "xml/edit.h"
 #include "xml/id_table.h"
-#include "xml/namespace_binding.h"
 #include "xml/registry.h"
 #include "xml/tree.h"
 

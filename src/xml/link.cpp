@@ -2,6 +2,7 @@
 // which may fail; then move them, which may not.
 #include "xml/link.h"
 
+#include "xml/namespace_binding.h"
 #include "xml/node.h"
 #include "xml/registry.h"
 
@@ -13,7 +14,14 @@ bool isParent(const xmlNode *node) noexcept {
 }
 
 xmlNode *followerIn(const xmlNode *node, Extent extent) noexcept {
-  return extent == Extent::run ? node->next : nullptr;
+  switch (extent) {
+    case Extent::node:
+      return nullptr;
+    case Extent::run:
+      return node->next;
+    default:
+      return native(talvo_xml_node_getnextsibling(handleOf(const_cast<xmlNode *>(node))));
+  }
 }
 
 bool sameName(const xmlAttr *first, const xmlAttr *second) noexcept {
@@ -37,17 +45,19 @@ bool runIsTracked(const Place &place) noexcept {
   return place.parent() == nullptr && isTracked(handleOf(place.ref));
 }
 
-// A node that was never below a parent keeps the declarations it was made with.
-bool prepareNamespaces(const Place &place, xmlNode *node) noexcept {
+// The element in whose reach the declarations of a place are; null for none.
+xmlNode *scopeOf(const Place &place) noexcept {
   xmlNode *parent = place.parent();
-  if (parent == nullptr) {
+  return parent != nullptr && parent->type == XML_ELEMENT_NODE ? parent : nullptr;
+}
+
+// A node that was never below a parent keeps the declarations it was made with.
+bool prepareNamespaces(const Place &place, xmlNode *node, NamespaceBinding *binding) noexcept {
+  if (place.parent() == nullptr) {
     return prepareToDetach(node);
   }
-  if (node->parent == nullptr && !carriesNamespaces(handleOf(node))) {
-    return true;
-  }
-  xmlNode *scope = parent->type == XML_ELEMENT_NODE ? parent : nullptr;
-  return bindNamespaces(node, scope, place.doc());
+  const bool isFresh = node->parent == nullptr && !carriesNamespaces(handleOf(node));
+  return isFresh || binding->plan(node);
 }
 
 int32_t countOf(const xmlNode *first, Extent extent) noexcept {
@@ -62,11 +72,13 @@ bool prepare(const Place &place, xmlNode *first, Extent extent) noexcept {
   if (place.parent() == nullptr && !reserveTracking(countOf(first, extent))) {
     return false;
   }
+  NamespaceBinding binding(scopeOf(place));
   for (xmlNode *node = first; node != nullptr; node = followerIn(node, extent)) {
-    if (!copyStrings(node, place.doc()) || !prepareNamespaces(place, node)) {
+    if (!copyStrings(node, place.doc()) || !prepareNamespaces(place, node, &binding)) {
       return false;
     }
   }
+  binding.commit();
   return true;
 }
 

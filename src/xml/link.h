@@ -17,10 +17,12 @@ bool fits(const Place &place, const xmlNode *node) noexcept;
 bool liesWithin(const Place &place, const xmlNode *node) noexcept;
 bool liesWithinRun(const Place &place, const xmlNode *first) noexcept;
 
-enum class Extent { node, run };
+// A node alone; it and all siblings behind it; it and the siblings behind it that navigation reaches, which
+// takes a run of texts for one and stops at an entity reference.
+enum class Extent { node, run, reachable };
 
-// Moves a node, or it and its following siblings in order, to a place that fits and does not lie
-// within. The last node moved, or null with nothing moved. Below a parent the nodes are no registry
+// Moves nodes, in order, to a place that fits and does not lie within. The last node moved, or null with
+// nothing changed. Below a parent the nodes are no registry
 // entries any more; in a run without parent they are tracked as the neighbour is.
 //
 // An attribute replaces one of the same name that its new element has.

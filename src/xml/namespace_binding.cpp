@@ -1,148 +1,220 @@
-// Three passes: note the declarations that move with the tree, find or make a declaration for each
-// of the others, bind the nodes. Only the last pass changes nodes, and it cannot fail.
+// A declaration is found by looking at declarations alone. libxml2's own search also answers with what an
+// ancestor is bound to, which may be declared in another document.
 #include "xml/namespace_binding.h"
 
-#include <unordered_map>
+#include <cassert>
+#include <string>
+#include <string_view>
+#include <unordered_set>
 
 #include "base/boundary.h"
-#include "xml/tree.h"
+#include "xml/namespace.h"
 
 namespace talvo {
-namespace {
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wold-style-cast"
-const xmlChar *const kXmlNamespaceUri = XML_XML_NAMESPACE;
-#pragma GCC diagnostic pop
-const xmlChar kXmlPrefix[] = "xml";
+// Finds a declaration for each name of one tree that is bound to one outside of it.
+class NamespaceBinding::Tree {
+ public:
+  Tree(NamespaceBinding *binding, xmlNode *top) : binding_(*binding), top_(top) {}
 
-xmlNs xmlNamespaceRecord = {nullptr, XML_LOCAL_NAMESPACE, kXmlNamespaceUri, kXmlPrefix, nullptr,
-                            nullptr};
+  bool plan();
 
-bool hasNamespace(const xmlNode *node) noexcept {
-  return (node->type == XML_ELEMENT_NODE || node->type == XML_ATTRIBUTE_NODE) &&
-         node->ns != nullptr;
-}
+ private:
+  using Prefixes = std::unordered_set<std::string_view>;
 
-bool usesNamespaces(xmlNode *top) noexcept {
-  bool uses = false;
-  forEachNode(top, [&uses](const xmlNode *node) { uses = uses || hasNamespace(node); });
-  return uses;
-}
+  void noteDeclarations(const xmlNode *element);
+  bool needsPlan(const xmlNode *node) const;
+  xmlNs *choose(xmlNode *node);
+  xmlNs *chooseForElement(xmlNode *element);
+  xmlNs *chooseForAttribute(xmlNode *attribute);
+  xmlNs *declare(xmlNode *element, const xmlNs &wanted, const xmlChar *prefix);
+  xmlNs *declareFreePrefix(xmlNode *element, const xmlNs &wanted);
+  bool mayDeclareOnTop(const xmlNs &wanted, const xmlNs *meant) const;
 
-using Bindings = std::unordered_map<const xmlNs *, xmlNs *>;
+  // What a prefix will mean at an element of the tree, or at the scope itself; null for nothing.
+  xmlNs *meaningAt(const xmlNode *element, const xmlChar *prefix) const noexcept;
+  xmlNs *meaningInScope(const xmlChar *prefix) const noexcept;
+  // A declaration with any prefix that means the namespace there.
+  xmlNs *prefixedAt(const xmlNode *element, const xmlChar *uri) const noexcept;
+  const xmlNode *above(const xmlNode *element) const noexcept;
 
-void noteDeclarations(xmlNode *node, Bindings *bindings) {
-  if (node->type != XML_ELEMENT_NODE) {
-    return;
-  }
-  for (xmlNs *ns = node->nsDef; ns != nullptr; ns = ns->next) {
-    bindings->emplace(ns, ns);
-  }
-}
+  NamespaceBinding &binding_;
+  xmlNode *top_;
+  std::unordered_set<const xmlNs *> own_;
+  Prefixes declaredBelow_;  // by any element below the top
+  Prefixes declaredAnew_;   // by this plan, below the top
+  Prefixes usedFromScope_;
+};
 
-bool isXmlNamespace(const xmlNs *ns) noexcept {
-  return ns->prefix != nullptr && xmlStrEqual(ns->prefix, kXmlPrefix);
-}
-
-// resolve(node) finds or makes a declaration that stands for the node's one, or answers null.
-template <class Resolve>
-bool rebind(xmlNode *top, Resolve &&resolve) {
-  Bindings bindings;
-  forEachNode(top, [&bindings](xmlNode *node) { noteDeclarations(node, &bindings); });
-  bool resolved = true;
-  forEachNode(top, [&](xmlNode *node) {
-    if (!resolved || !hasNamespace(node) || bindings.find(node->ns) != bindings.end()) {
+bool NamespaceBinding::Tree::plan() {
+  forEachNode(top_, [this](const xmlNode *node) {
+    if (node->type == XML_ELEMENT_NODE) {
+      noteDeclarations(node);
+    }
+  });
+  bool planned = true;
+  forEachNode(top_, [this, &planned](xmlNode *node) {
+    if (!planned || !needsPlan(node)) {
       return;
     }
-    xmlNs *after = isXmlNamespace(node->ns) ? xmlNamespace() : resolve(node);
-    resolved = after != nullptr;
-    bindings.emplace(node->ns, after);
-  });
-  if (!resolved) {
-    return false;
-  }
-  forEachNode(top, [&bindings](xmlNode *node) {
-    if (hasNamespace(node)) {
-      node->ns = bindings.find(node->ns)->second;
+    xmlNs *ns = choose(node);
+    planned = ns != nullptr;
+    if (ns != node->ns) {
+      binding_.bound_.push_back({node, ns});
     }
   });
-  return true;
+  return planned;
 }
 
-xmlNs *copyOnto(const xmlNs *ns, CarriedNamespaces *carried) noexcept {
-  const MemoryWatch watch;
-  CarriedNamespaces copy(xmlCopyNamespace(const_cast<xmlNs *>(ns)));
-  if (!copy || watch.exhausted()) {
+void NamespaceBinding::Tree::noteDeclarations(const xmlNode *element) {
+  for (const xmlNs *ns = element->nsDef; ns != nullptr; ns = ns->next) {
+    own_.insert(ns);
+    if (element != top_) {
+      declaredBelow_.insert(viewOf(ns->prefix));
+    }
+  }
+}
+
+// What is bound to a declaration of the tree itself can still be hidden by a new one.
+bool NamespaceBinding::Tree::needsPlan(const xmlNode *node) const {
+  return hasNamespace(node) &&
+         (!own_.contains(node->ns) || declaredAnew_.contains(viewOf(node->ns->prefix)));
+}
+
+xmlNs *NamespaceBinding::Tree::choose(xmlNode *node) {
+  if (isXmlNamespace(node->ns)) {
+    return xmlNamespace();
+  }
+  xmlNs *chosen =
+      node->type == XML_ATTRIBUTE_NODE ? chooseForAttribute(node) : chooseForElement(node);
+  if (chosen != nullptr && !own_.contains(chosen)) {
+    usedFromScope_.insert(viewOf(chosen->prefix));
+  }
+  return chosen;
+}
+
+xmlNs *NamespaceBinding::Tree::chooseForElement(xmlNode *element) {
+  const xmlNs &wanted = *element->ns;
+  xmlNs *meant = meaningAt(element, wanted.prefix);
+  if (meant != nullptr && xmlStrEqual(meant->href, wanted.href)) {
+    return meant;
+  }
+  return declare(mayDeclareOnTop(wanted, meant) ? top_ : element, wanted, wanted.prefix);
+}
+
+// On the top a declaration must reach the name, hide none that others of the tree use, and, without
+// prefix, not draw the top's own name into the namespace.
+bool NamespaceBinding::Tree::mayDeclareOnTop(const xmlNs &wanted, const xmlNs *meant) const {
+  return !own_.contains(meant) && !usedFromScope_.contains(viewOf(wanted.prefix)) &&
+         (wanted.prefix != nullptr || top_->ns == &wanted);
+}
+
+xmlNs *NamespaceBinding::Tree::chooseForAttribute(xmlNode *attribute) {
+  xmlNode *element = attribute == top_ ? binding_.scope_ : attribute->parent;
+  const xmlNs &wanted = *attribute->ns;
+  xmlNs *meant = meaningAt(element, wanted.prefix);
+  if (meant != nullptr && xmlStrEqual(meant->href, wanted.href)) {
+    return meant;
+  }
+  if (xmlNs *other = prefixedAt(element, wanted.href)) {
+    return other;
+  }
+  // A declaration without prefix would not reach the attribute and change the names of elements.
+  if (meant != nullptr || wanted.prefix == nullptr) {
+    return declareFreePrefix(element, wanted);
+  }
+  return declare(attribute == top_ ? element : top_, wanted, wanted.prefix);
+}
+
+xmlNs *NamespaceBinding::Tree::declareFreePrefix(xmlNode *element, const xmlNs &wanted) {
+  std::string prefix;
+  for (int number = 1; prefix.empty() || meaningAt(element, xmlText(prefix.c_str())) != nullptr;
+       ++number) {
+    prefix = "ns" + std::to_string(number);
+  }
+  return declare(element, wanted, xmlText(prefix.c_str()));
+}
+
+xmlNs *NamespaceBinding::Tree::declare(xmlNode *element, const xmlNs &wanted,
+                                       const xmlChar *prefix) {
+  binding_.made_.push_back({element, nullptr});  // first, because it can throw
+  xmlNs *ns = declareNamespace(element, wanted.href, prefix);
+  if (ns == nullptr) {
+    binding_.made_.pop_back();
     return nullptr;
   }
-  copy->next = carried->release();
-  *carried = std::move(copy);
-  return carried->get();
+  binding_.made_.back().ns = ns;
+  if (element == binding_.scope_) {
+    return ns;
+  }
+  own_.insert(ns);
+  if (element != top_) {
+    declaredBelow_.insert(viewOf(ns->prefix));
+    declaredAnew_.insert(viewOf(ns->prefix));
+  }
+  return ns;
 }
 
-xmlNs *inScope(const xmlNs *wanted, xmlNode *scope, xmlDoc *to) noexcept {
-  xmlNs *ns = xmlSearchNs(to, scope, wanted->prefix);
-  return ns != nullptr && xmlStrEqual(ns->href, wanted->href) ? ns : nullptr;
+xmlNs *NamespaceBinding::Tree::meaningAt(const xmlNode *element,
+                                         const xmlChar *prefix) const noexcept {
+  if (element == binding_.scope_) {
+    return meaningInScope(prefix);
+  }
+  // Nearly always there is nothing between the name and the top that could matter.
+  const xmlNode *at = declaredBelow_.contains(viewOf(prefix)) ? element : top_;
+  xmlNs *ns = declarationOn(at, prefix);
+  while (ns == nullptr && at != top_) {
+    at = at->parent;
+    ns = declarationOn(at, prefix);
+  }
+  return ns != nullptr ? ns : meaningInScope(prefix);
 }
 
-xmlNs *declareOn(xmlNode *element, const xmlNs *wanted) noexcept {
-  for (xmlNs *ns = element->nsDef; ns != nullptr; ns = ns->next) {
-    if (xmlStrEqual(ns->prefix, wanted->prefix) && xmlStrEqual(ns->href, wanted->href)) {
+xmlNs *NamespaceBinding::Tree::meaningInScope(const xmlChar *prefix) const noexcept {
+  for (const xmlNode *at = binding_.scope_; at != nullptr && at->type == XML_ELEMENT_NODE;
+       at = at->parent) {
+    if (xmlNs *ns = declarationOn(at, prefix)) {
       return ns;
     }
   }
-  noteEdit(element);
-  return xmlNewNs(element, wanted->href, wanted->prefix);
+  return nullptr;
 }
 
-// On the top, so that the whole tree shares it, or where the prefix is taken there, on the node.
-xmlNs *declare(xmlNode *node, xmlNode *holder) noexcept {
-  xmlNs *ns = declareOn(holder, node->ns);
-  if (ns != nullptr) {
-    return ns;
-  }
-  xmlNode *element = node->type == XML_ELEMENT_NODE ? node : node->parent;
-  return element == nullptr || element == holder ? nullptr : declareOn(element, node->ns);
+const xmlNode *NamespaceBinding::Tree::above(const xmlNode *element) const noexcept {
+  const xmlNode *parent = element == top_ ? binding_.scope_ : element->parent;
+  return parent != nullptr && parent->type == XML_ELEMENT_NODE ? parent : nullptr;
 }
 
-}  // namespace
-
-xmlNs *xmlNamespace() noexcept {
-  return &xmlNamespaceRecord;
-}
-
-void leaveXmlNamespace(xmlNode *node) noexcept {
-  if (!hasNamespace(node) || node->doc == nullptr) {
-    return;
-  }
-  for (const xmlNs *ns = node->doc->oldNs; ns != nullptr; ns = ns->next) {
-    if (ns == node->ns) {
-      node->ns = xmlNamespace();
+xmlNs *NamespaceBinding::Tree::prefixedAt(const xmlNode *element,
+                                          const xmlChar *uri) const noexcept {
+  for (const xmlNode *at = element; at != nullptr; at = above(at)) {
+    for (xmlNs *ns = at->nsDef; ns != nullptr; ns = ns->next) {
+      if (ns->prefix != nullptr && xmlStrEqual(ns->href, uri) &&
+          meaningAt(element, ns->prefix) == ns) {
+        return ns;
+      }
     }
   }
+  return nullptr;
 }
 
-bool carryNamespaces(xmlNode *top, CarriedNamespaces *carried) noexcept {
-  CarriedNamespaces copies;
-  const bool bound = !usesNamespaces(top) || guard([top, &copies] {
-    return rebind(top, [&copies](const xmlNode *node) { return copyOnto(node->ns, &copies); });
-  });
-  if (bound) {
-    *carried = std::move(copies);
+NamespaceBinding::~NamespaceBinding() {
+  for (const Declaration &made : made_) {
+    undeclareNamespace(made.element, made.ns);
   }
-  return bound;
 }
 
-bool bindNamespaces(xmlNode *top, xmlNode *scope, xmlDoc *to) noexcept {
-  // An attribute has no place for a declaration but its new element.
-  xmlNode *holder = top->type == XML_ATTRIBUTE_NODE ? scope : top;
-  return !usesNamespaces(top) || guard([=] {
-    return rebind(top, [=](xmlNode *node) -> xmlNs * {
-      xmlNs *found = scope == nullptr ? nullptr : inScope(node->ns, scope, to);
-      return found != nullptr ? found : declare(node, holder);
-    });
-  });
+bool NamespaceBinding::plan(xmlNode *top) noexcept {
+  assert(top->type != XML_ATTRIBUTE_NODE || scope_ != nullptr);
+  return !usesNamespaces(top) || guard([=, this] { return Tree(this, top).plan(); });
+}
+
+void NamespaceBinding::commit() noexcept {
+  for (const Bound &bound : bound_) {
+    bound.node->ns = bound.ns;
+  }
+  made_.clear();
+  bound_.clear();
 }
 
 }  // namespace talvo

@@ -1,29 +1,43 @@
-// Namespaces of a tree that moves. Elements and attributes point at declarations; those that lie
-// above the tree stay behind, and may be freed long before the tree is. So a tree that loses its
-// parent is bound to copies that its registry entry carries, unseen by anything that writes the tree,
-// and a tree that gets a parent is bound to the declarations in reach there.
+// Namespaces of trees that get a parent: they are bound to the declarations in reach there. What is not
+// declared there is declared on the top of the tree, so that all of it shares that; where the prefix means
+// something else at a name, on the element itself, and there for an attribute with a prefix that is free.
 #pragma once
+
+#include <vector>
 
 #include "xml/native.h"
 
 namespace talvo {
 
-// The namespace of "xml:" names, which no element declares. libxml2 keeps a record for each document
-// and binds the document's nodes to it; a node that leaves is bound to this one, which outlives all.
-xmlNs *xmlNamespace() noexcept;
-// Binds one node to it if the node is bound to the record of its document.
-void leaveXmlNamespace(xmlNode *node) noexcept;
+// For trees that are about to stand below `scope`, an element, or null where no declaration reaches.
+// Nothing is bound before `commit`, which cannot fail. Without it the declarations that were made are taken
+// back in the end.
+class NamespaceBinding {
+ public:
+  explicit NamespaceBinding(xmlNode *scope) noexcept : scope_(scope) {}
+  ~NamespaceBinding();
+  NamespaceBinding(const NamespaceBinding &) = delete;
+  NamespaceBinding &operator=(const NamespaceBinding &) = delete;
 
-using CarriedNamespaces = Handle<xmlNs, xmlFreeNsList>;
+  // False when memory is exhausted, and for an element that declares its own prefix for another namespace
+  // than that of its name.
+  bool plan(xmlNode *top) noexcept;
+  void commit() noexcept;
 
-// Both answer false, with every node bound as before, when memory is exhausted.
+ private:
+  class Tree;
+  struct Declaration {
+    xmlNode *element;
+    xmlNs *ns;
+  };
+  struct Bound {
+    xmlNode *node;
+    xmlNs *ns;
+  };
 
-// Hands out the copies that the tree is bound to instead of what lies outside it; none when all of
-// its declarations are its own.
-bool carryNamespaces(xmlNode *top, CarriedNamespaces *carried) noexcept;
-// Binds the tree to what is declared at `scope`, the future parent element or null, in the document
-// `to` or null. What is not declared there is declared on the tree's top. False also when two
-// namespaces claim one prefix.
-bool bindNamespaces(xmlNode *top, xmlNode *scope, xmlDoc *to) noexcept;
+  xmlNode *scope_;
+  std::vector<Declaration> made_;
+  std::vector<Bound> bound_;
+};
 
 }  // namespace talvo

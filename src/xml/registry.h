@@ -7,7 +7,7 @@
 // in. A node without parent is one, unless an OwnedNode holds it.
 #pragma once
 
-#include "xml/namespace_binding.h"
+#include "xml/carried_namespaces.h"
 #include "xml/node_table.h"
 
 namespace talvo {

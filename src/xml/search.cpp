@@ -1,12 +1,6 @@
 // Finding elements and attributes by name. The walk uses the public navigation, so that what that
 // does not reach is not found: content behind an unresolved entity reference, for one.
-#include <algorithm>
-
-#include <libxml/xpathInternals.h>
-
-#include "base/boundary.h"
 #include "base/list.h"
-#include "base/utf8.h"
 #include "signature/vocabulary/vocabulary.h"
 #include "xml/native.h"
 #include "xml/node.h"
@@ -52,63 +46,7 @@ bool appendMatches(const XmlNode *top, const talvo_ustring *name, const talvo_us
   return true;
 }
 
-void registerPrefixesInScope(xmlXPathContext *context, const XmlNode *node) noexcept {
-  for (const XmlNode *at = node; at != nullptr; at = talvo_xml_node_getparent(at)) {
-    for (const XmlNode *ns = talvo_xml_node_getnsnode(at); ns != nullptr;
-         ns = talvo_xml_node_getnextsibling(ns)) {
-      const xmlNs *declaration = nativeNs(ns);
-      if (declaration->prefix != nullptr &&
-          xmlXPathNsLookup(context, declaration->prefix) == nullptr) {
-        xmlXPathRegisterNs(context, declaration->prefix, declaration->href);
-      }
-    }
-  }
-}
-
-bool appendSelected(xmlNodeSet *selected, talvo_arraylist *list) noexcept {
-  xmlXPathNodeSetSort(selected);
-  for (int i = 0; i < xmlXPathNodeSetGetLength(selected); ++i) {
-    xmlNode *node = xmlXPathNodeSetItem(selected, i);
-    // XPath makes namespace nodes of its own, which die with its result.
-    if (node->type != XML_NAMESPACE_DECL && talvo_arraylist_pushback(list, handleOf(node)) != 1) {
-      return false;
-    }
-  }
-  return true;
-}
-
-bool bind(xmlXPathContext *context, std::span<const PrefixBinding> bindings) noexcept {
-  return std::all_of(bindings.begin(), bindings.end(), [context](const PrefixBinding &binding) {
-    return xmlXPathRegisterNs(context, xmlText(binding.prefix), xmlText(binding.uri)) == 0;
-  });
-}
-
-bool appendXPath(XmlNode *node, const char *expression, std::span<const PrefixBinding> bindings,
-                 talvo_arraylist *list) noexcept {
-  MemoryWatch watch;
-  const XPathContext context(xmlXPathNewContext(native(node)->doc));
-  if (!context) {
-    return false;
-  }
-  watch.follow(context.get());
-  context->node = native(node);
-  if (!bind(context.get(), bindings)) {
-    return false;
-  }
-  registerPrefixesInScope(context.get(), node);
-  const XPathObject result(xmlXPathEvalExpression(xmlText(expression), context.get()));
-  return result && !watch.exhausted() && result->type == XPATH_NODESET &&
-         appendSelected(result->nodesetval, list);
-}
-
 }  // namespace
-
-List selectXPath(XmlNode *node, const char *expression,
-                 std::span<const PrefixBinding> bindings) noexcept {
-  List found(talvo_arraylist_new(nullptr, nullptr));
-  return found && appendXPath(node, expression, bindings, found.get()) ? std::move(found) : nullptr;
-}
-
 }  // namespace talvo
 
 using namespace talvo;
@@ -175,23 +113,4 @@ XmlNode *talvo_xml_node_findattribute(const XmlNode *element, const talvo_ustrin
 talvo_ustring *talvo_xml_node_getattributevalue(const XmlNode *element, const talvo_ustring *name,
                                                 const talvo_ustring *nsuri) noexcept {
   return talvo_xml_node_getvalue(talvo_xml_node_findattribute(element, name, nsuri));
-}
-
-int32_t talvo_xml_node_findxpath(XmlNode *node, const talvo_ustring *expression,
-                                 talvo_arraylist **list) noexcept {
-  const Utf8 text(expression);
-  const NodeKind kind = kindOf(node);
-  if (list == nullptr) {
-    return 0;
-  }
-  *list = nullptr;
-  if (!text || kind == NodeKind::unsupported || kind == NodeKind::namespaceDeclaration) {
-    return 0;
-  }
-  List found(talvo_arraylist_new(nullptr, nullptr));
-  if (!found || !appendXPath(node, text.get(), {}, found.get())) {
-    return 0;
-  }
-  *list = found.release();
-  return 1;
 }

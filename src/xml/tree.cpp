@@ -4,9 +4,10 @@
 
 #include <libxml/dict.h>
 
+#include "xml/carried_namespaces.h"
 #include "xml/document.h"
 #include "xml/id_table.h"
-#include "xml/namespace_binding.h"
+#include "xml/namespace.h"
 #include "xml/registry.h"
 
 namespace talvo {

@@ -72,7 +72,7 @@ bool copyStrings(xmlNode *top, xmlDoc *to) noexcept;
 // What cannot fail, after it: document pointers are set, and IDs leave the tables of other documents.
 // An entity reference forgets the entity of the old document.
 void finishMove(xmlNode *top, xmlDoc *to) noexcept;
-// Before a node loses its parent without getting another: see namespace_binding.h. False when memory
+// Before a node loses its parent without getting another: see carried_namespaces.h. False when memory
 // is exhausted.
 bool prepareToDetach(xmlNode *node) noexcept;
 

@@ -2,6 +2,7 @@
 // below it.
 #include "xml/visible_namespace.h"
 
+#include "xml/namespace.h"
 #include "xml/node.h"
 #include "xml/tree.h"
 
@@ -66,9 +67,8 @@ bool settle(xmlNode *element, xmlNs **bound, bool needsPrefix) noexcept {
   }
   if (ns == nullptr) {
     // An element that declares the prefix itself cannot do so twice; none of those made here does.
-    const MemoryWatch watch;
-    ns = xmlNewNs(element, (*bound)->href, (*bound)->prefix);
-    if (ns == nullptr || watch.exhausted()) {
+    ns = declareNamespace(element, (*bound)->href, (*bound)->prefix);
+    if (ns == nullptr) {
       return false;
     }
   }

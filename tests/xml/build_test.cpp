@@ -1,3 +1,4 @@
+#include "support/libxml_fault.h"
 #include "xml/xml_support.h"
 
 namespace talvo::test {
@@ -72,6 +73,18 @@ TEST_F(BuildTest, NamespacesAndAttributes) {
             "<p:f/></p:e>");
 }
 
+// libxml2 answers with a declaration all the same, one that lacks its prefix or its URI.
+TEST_F(BuildTest, WithoutMemoryNothingIsDeclared) {
+  const UString uri = str("urn:p");
+  const UString prefix = str("p");
+  XmlNode *element = talvo_xml_node_newelem(nullptr, name_.get());
+  everyLibxmlAllocationFails([&] {
+    XmlNode *ns = talvo_xml_node_newns(element, uri.get(), prefix.get());
+    return ns == nullptr ? talvo_xml_node_getnsnode(element) != nullptr : true;
+  });
+  EXPECT_EQ(dumpElement(element), "<name xmlns:p=\"urn:p\"/>");
+}
+
 TEST_F(BuildTest, XmlNamesNeedALocalPart) {
   XmlNode *element = talvo_xml_node_newelem(nullptr, name_.get());
   XmlNode *short_ = talvo_xml_node_newattr(element, nullptr, str("xml:").get(), str("v").get());
@@ -92,6 +105,20 @@ TEST_F(BuildTest, ANewAttributeReplacesOnlyTheFirst) {
   EXPECT_EQ(dump(document.get()), "<a first=\"2\" second=\"1\" second=\"2\"/>\n");
   EXPECT_EQ(talvo_xml_node_newattr(root, nullptr, str("first").get(), str("&").get()), nullptr)
       << "an existing value is read as XML text";
+}
+
+TEST_F(BuildTest, ANameStaysBoundWhenItIsLinkedFirstAndNoLonger) {
+  const Document other = parse("<o xmlns:p='urn:p'/>");
+  const Document document = parse("<a xmlns:p='urn:p'/>");
+  XmlNode *root = talvo_xml_doc_getrootelement(document.get());
+  XmlNode *foreign = talvo_xml_node_getnsnode(talvo_xml_doc_getrootelement(other.get()));
+  XmlNode *element = talvo_xml_node_newelem(foreign, name_.get());
+  talvo_xml_node_addchild(root, element);
+  EXPECT_EQ(talvo_xml_node_getassociatednsnode(element), foreign);
+  talvo_xml_node_remove(element);
+  talvo_xml_node_addchild(root, talvo_xml_node_newcomment(nullptr, text_.get()));
+  talvo_xml_node_addnextsibling(talvo_xml_node_getchildren(root), element);
+  EXPECT_EQ(talvo_xml_node_getassociatednsnode(element), talvo_xml_node_getnsnode(root));
 }
 
 TEST_F(BuildTest, CopiesAreDeepAndFree) {

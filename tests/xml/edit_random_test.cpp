@@ -237,6 +237,11 @@ class Editor {
 
   void newAttribute() {
     XmlNode *element = anyNode();
+    if (pick(3) == 0) {
+      const UString prefix = makeString(pick(2) == 0 ? "p" : "q");
+      talvo_xml_node_newns(element, word().get(), pick(3) == 0 ? nullptr : prefix.get());
+      return;
+    }
     XmlNode *ns = talvo_xml_node_getassociatednsnode(element);
     const UString name = makeString(pick(2) == 0 ? "xml:id" : "k");
     talvo_xml_node_newattr(element, pick(2) == 0 ? ns : nullptr, name.get(), word().get());

@@ -213,13 +213,19 @@ TEST_F(EditingTest, ValuesByKind) {
 TEST_F(EditingTest, ValuesWithBrokenOrGeneralReferencesAreRefused) {
   const Document document = parse("<!DOCTYPE a [<!ENTITY e 'text'>]><a k='v'>t<b/></a>");
   const std::string before = dump(document.get());
-  for (const char *value : {"a&b", "&", "&;", "x&undefined;y", "x&e;y", "&#0;", "&#x110000;"}) {
+  for (const char *value :
+       {"a&b",  "&",        "&;",       "&lt",        "x&undefined;y", "x&e;y",    "&#",     "&#;",
+        "&#x;", "&#xZZ;",   "a&#65b",   "&#65",       "&#X41;",        "&#-1;",    "&# 65;", "&#0;",
+        "&#1;", "&#xD800;", "&#xFFFE;", "&#x110000;", "&#x100000041;", "&#65;&#0;"}) {
     SCOPED_TRACE(value);
     EXPECT_EQ(talvo_xml_node_setvalue(root(document), str(value).get()), 0);
     XmlNode *attribute = talvo_xml_node_getattribute(root(document));
     EXPECT_EQ(talvo_xml_node_setvalue(attribute, str(value).get()), 0);
     EXPECT_EQ(dump(document.get()), before);
   }
+  EXPECT_EQ(talvo_xml_node_setvalue(root(document), str("&#x41;&#066;&#9;&#x1F600;").get()), 1);
+  EXPECT_EQ(take(talvo_xml_node_getvalue(talvo_xml_node_getchildren(root(document)))),
+            "AB\t\xF0\x9F\x98\x80");
   EXPECT_EQ(talvo_xml_node_setvalue(root(document), str("").get()), 1);
   EXPECT_EQ(take(talvo_xml_node_getvalue(talvo_xml_node_getchildren(root(document)))), "(null)");
 }
@@ -352,6 +358,90 @@ TEST_F(EditingTest, AMoveWithinADocumentKeepsItsText) {
   // Where the prefix means something else, the namespace is declared again.
   EXPECT_EQ(talvo_xml_node_addnextsibling(find(root(document), "e"), b), b);
   EXPECT_EQ(dumpElement(b), "<p:b xmlns:p=\"urn:p\" p:k=\"v\"/>");
+}
+
+// An attribute moves beside the one of <t>; the source is freed before the target is written.
+TEST_F(EditingTest, AMovedAttributeKeepsItsNamespaceAndChangesNoOther) {
+  struct Row {
+    const char *what;
+    const char *from;
+    const char *to;
+    const char *left;
+    const char *result;
+  };
+  const char *prefixed = "<r xmlns:p='urn:p'><s p:x='1'/></r>";
+  const char *left = "<r xmlns:p=\"urn:p\"><s/></r>";
+  const Row rows[] = {
+      {"prefix in scope", prefixed, "<q xmlns:p='urn:p'><t d=''/></q>", left,
+       "<q xmlns:p=\"urn:p\"><t d=\"\" p:x=\"1\"/></q>"},
+      {"prefix unknown", prefixed, "<t d=''/>", left, "<t xmlns:p=\"urn:p\" d=\"\" p:x=\"1\"/>"},
+      {"other prefix in scope", prefixed, "<q xmlns:o='urn:p'><t d=''/></q>", left,
+       "<q xmlns:o=\"urn:p\"><t d=\"\" o:x=\"1\"/></q>"},
+      {"other prefix hidden", prefixed,
+       "<q xmlns:o='urn:p'><t xmlns:o='urn:o' xmlns:p='urn:o' d=''/></q>", left,
+       "<q xmlns:o=\"urn:p\"><t xmlns:o=\"urn:o\" xmlns:p=\"urn:o\" xmlns:ns1=\"urn:p\" d=\"\" "
+       "ns1:x=\"1\"/></q>"},
+      {"prefix taken there", prefixed, "<t xmlns:p='urn:other' d=''/>", left,
+       "<t xmlns:p=\"urn:other\" xmlns:ns1=\"urn:p\" d=\"\" ns1:x=\"1\"/>"},
+      {"prefix taken above and used", prefixed,
+       "<q xmlns:p='urn:other' xmlns:ns1='urn:ns1'><p:t d=''><p:u/></p:t></q>", left,
+       "<q xmlns:p=\"urn:other\" xmlns:ns1=\"urn:ns1\"><p:t xmlns:ns2=\"urn:p\" d=\"\" "
+       "ns2:x=\"1\"><p:u/></p:t></q>"},
+  };
+  for (const Row &row : rows) {
+    SCOPED_TRACE(row.what);
+    Document from = parse(row.from);
+    const Document to = parse(row.to);
+    XmlNode *moved = talvo_xml_node_getattribute(find(from.get(), "s"));
+    EXPECT_EQ(
+        talvo_xml_node_addnextsibling(talvo_xml_node_getattribute(find(to.get(), "t")), moved),
+        moved);
+    EXPECT_EQ(dumpElement(root(from)), row.left);
+    from.reset();
+    EXPECT_EQ(dumpElement(root(to)), row.result);
+    EXPECT_EQ(take(talvo_xml_node_getnsuri(moved)), "urn:p");
+  }
+}
+
+// A default declaration would reach elements, and never the attribute.
+TEST_F(EditingTest, AnAttributeOfADefaultNamespaceGetsAPrefix) {
+  const Document from = parse("<r xmlns='urn:d'><s/></r>");
+  const Document to = parse("<t d=''><u/></t>");
+  XmlNode *ns = talvo_xml_node_getnsnode(root(from));
+  XmlNode *s = find(from.get(), "s");
+  XmlNode *moved = talvo_xml_node_newattr(s, ns, str("x").get(), str("1").get());
+  EXPECT_NE(talvo_xml_node_addnextsibling(talvo_xml_node_getattribute(root(to)), moved), nullptr);
+  EXPECT_EQ(dumpElement(root(from)), "<r xmlns=\"urn:d\"><s/></r>");
+  EXPECT_EQ(dumpElement(root(to)), "<t xmlns:ns1=\"urn:d\" d=\"\" ns1:x=\"1\"><u/></t>");
+}
+
+// n and n2 are bound to the outer p, which the inner one hides, and o to the inner one.
+TEST_F(EditingTest, NamesOfAMovedTreeMeanTheSameWhenItIsSaved) {
+  const Document from = parse("<r xmlns:p='urn:1'><m xmlns:p='urn:2'><n><o/></n><n2/></m></r>");
+  const Document to = parse("<t/>");
+  XmlNode *m = find(from.get(), "m");
+  talvo_xml_node_setns(find(m, "n"), talvo_xml_node_getnsnode(root(from)));
+  talvo_xml_node_setns(find(m, "o"), talvo_xml_node_getnsnode(m));
+  talvo_xml_node_setns(find(m, "n2"), talvo_xml_node_getnsnode(root(from)));
+  EXPECT_EQ(talvo_xml_node_addnextsibling(root(to), m), m);
+  EXPECT_EQ(dumpElement(m),
+            "<m xmlns:p=\"urn:2\"><p:n xmlns:p=\"urn:1\"><p:o xmlns:p=\"urn:2\"/></p:n><p:n2 "
+            "xmlns:p=\"urn:1\"/></m>");
+  talvo_xml_node_setvalue(find(m, "n"), str("").get());
+  EXPECT_EQ(take(talvo_xml_node_getnsuri(find(m, "n2"))), "urn:1") << "no declaration is shared";
+}
+
+// The second of three declares its own prefix for another namespace.
+TEST_F(EditingTest, ARunThatCannotMoveWholeDoesNotMove) {
+  const Document from = parse("<r xmlns:p='urn:1'><p:a/><b xmlns:p='urn:2'/><c/></r>");
+  XmlNode *a = find(from.get(), "a");
+  talvo_xml_node_setns(find(from.get(), "b"), talvo_xml_node_getnsnode(root(from)));
+  const std::string before = dump(from.get());
+  Document to = parse("<t xmlns:q='urn:q'><u/></t>");
+  EXPECT_EQ(talvo_xml_node_addsibling(find(to.get(), "u"), a), nullptr);
+  EXPECT_EQ(dump(to.get()), "<t xmlns:q=\"urn:q\"><u/></t>\n");
+  to.reset();
+  EXPECT_EQ(dump(from.get()), before);
 }
 
 TEST_F(EditingTest, NamespacesSurviveTheElementThatDeclaredThem) {

@@ -77,6 +77,58 @@ TEST_F(IdAttributeTest, AnIdFollowsItsValue) {
   EXPECT_EQ(elementById(document, "new"), nullptr);
 }
 
+// What is gone for good, or may come back, blocks its value for nobody.
+TEST_F(IdAttributeTest, AnIdThatLeftTheDocumentGivesWay) {
+  struct Row {
+    const char *what;
+    void (*lose)(const Document &document, XmlNode *a);
+    void (*declare)(const Document &document, XmlNode *b);
+  };
+  const auto remove = [](const Document &, XmlNode *a) { talvo_xml_node_remove(a); };
+  const auto declareIt = [](const Document &document, XmlNode *b) {
+    EXPECT_EQ(talvo_xml_node_setidattr(document.get(), talvo_xml_node_getattribute(b)), 1);
+  };
+  const Row rows[] = {
+      {"element removed", remove, declareIt},
+      {"attribute removed",
+       [](const Document &, XmlNode *a) { talvo_xml_node_remove(talvo_xml_node_getattribute(a)); },
+       declareIt},
+      {"root replaced",
+       [](const Document &document, XmlNode *a) {
+         XmlNode *fresh = talvo_xml_node_dup(talvo_xml_doc_getrootelement(document.get()));
+         talvo_xml_doc_setrootelement(document.get(), fresh);
+         talvo_xml_node_remove(find(fresh, "a"));
+         talvo_xml_node_remove(a);
+       },
+       declareIt},
+      {"by a new attribute", remove,
+       [](const Document &, XmlNode *b) {
+         talvo_xml_node_newattr(b, nullptr, str("xml:id").get(), str("x").get());
+       }},
+      {"by a new value", remove,
+       [](const Document &document, XmlNode *b) {
+         XmlNode *id = talvo_xml_node_getattribute(b);
+         talvo_xml_node_setvalue(id, str("y").get());
+         EXPECT_EQ(talvo_xml_node_setidattr(document.get(), id), 1);
+         EXPECT_EQ(talvo_xml_node_setvalue(id, str("x").get()), 1);
+       }},
+  };
+  for (const Row &row : rows) {
+    SCOPED_TRACE(row.what);
+    const Document document = parse("<r><a Id='x'/><b Id='x'/></r>");
+    XmlNode *a = find(document.get(), "a");
+    EXPECT_EQ(talvo_xml_node_setidattr(document.get(), talvo_xml_node_getattribute(a)), 1);
+    row.lose(document, a);
+    EXPECT_EQ(elementById(document, "x"), nullptr);
+    row.declare(document, find(document.get(), "b"));
+    EXPECT_EQ(elementById(document, "x"), find(document.get(), "b"));
+    // It comes back, and is no ID any more.
+    talvo_xml_node_addnextsibling(find(document.get(), "b"), a);
+    talvo_xml_node_setvalue(a, str("").get());
+    EXPECT_EQ(elementById(document, "x"), find(document.get(), "b"));
+  }
+}
+
 // libxml2 looks for the table's entry by value, which changed or was normalised.
 TEST_F(IdAttributeTest, NoEntryOutlivesItsAttribute) {
   const char *xml =

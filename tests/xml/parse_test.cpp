@@ -75,10 +75,33 @@ TEST_F(ParseTest, NestingIsLimited) {
   EXPECT_FALSE(parses(nested(258)));
 }
 
-TEST_F(ParseTest, LongValuesAreRefused) {
-  const std::string long_(10000001, 'x');
-  EXPECT_FALSE(parses("<a k='" + long_ + "'/>"));
-  EXPECT_FALSE(parses("<a><!--" + long_ + "--></a>"));
+TEST_F(ParseTest, LengthsAreLimitedButThatOfAPlainText) {
+  constexpr size_t kMost = 10000000;
+  struct Row {
+    const char *before;
+    const char *after;
+    size_t most;
+  };
+  for (const auto &[before, after, most] : {Row{"<a k='", "'/>", kMost - 9},
+                                            {"<a><!--", "--></a>", kMost},
+                                            {"<a><?p ", "?></a>", kMost},
+                                            {"<a><![CDATA[", "]]></a>", kMost},
+                                            {"<a>\xC3\xA9", "</a>", kMost - 2},
+                                            {"<", "/>", 50000}}) {
+    EXPECT_TRUE(parses(before + std::string(most, 'x') + after)) << before;
+    EXPECT_FALSE(parses(before + std::string(most + 1, 'x') + after)) << before;
+  }
+  EXPECT_TRUE(parses("<a>" + std::string(2 * kMost, 'x') + "</a>"));
+}
+
+TEST_F(ParseTest, ANulBehindTheRootEndsTheDocument) {
+  const auto parsesWith = [](std::string xml, size_t at) {
+    return parses(xml.insert(at, 1, '\0'));
+  };
+  EXPECT_TRUE(parsesWith("<a/> <b", 4));
+  EXPECT_TRUE(parsesWith("<a/><!--c--><b", 12));
+  EXPECT_FALSE(parsesWith("<a></a>", 3));
+  EXPECT_FALSE(parsesWith("<a/>", 0));
 }
 
 // libxml2 would cut the text there and say nothing of what follows, well-formed or not.

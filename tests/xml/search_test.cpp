@@ -140,5 +140,35 @@ TEST_F(SearchTest, XPathKnowsThePrefixesInScope) {
   EXPECT_EQ(talvo_xml_node_findxpath(b, str("a").get(), nullptr), 0);
 }
 
+// libxml2 walks every axis up to a document.
+TEST_F(SearchTest, XPathWorksWithoutDocumentAndWithoutElement) {
+  const Document document = parse("<r><e n='1'><f n='2'/>t<f n='3'/></e><g n='4' m=''/></r>");
+  XmlNode *e = find(document.get(), "e");
+  XmlNode *f = find(e, "f");
+  XmlNode *n = talvo_xml_node_getattribute(find(document.get(), "g"));
+  talvo_xml_node_remove(e);
+  talvo_xml_node_remove(n);
+  XmlNode *m = talvo_xml_node_dup(talvo_xml_node_getattribute(find(document.get(), "g")));
+  XmlNode *free = talvo_xml_node_newelem(nullptr, str("free").get());
+  XmlNode *text = talvo_xml_node_newtext(document.get(), str("text").get());
+  talvo_xml_node_addchild(free, talvo_xml_node_newelem(nullptr, str("inner").get()));
+  for (XmlNode *node : {e, f, n, m, free, talvo_xml_node_getchildren(free), text}) {
+    for (const char *axis : {"ancestor", "ancestor-or-self", "attribute", "child", "descendant",
+                             "descendant-or-self", "following", "following-sibling", "namespace",
+                             "parent", "preceding", "preceding-sibling", "self"}) {
+      for (const char *rest : {"::node()", "::node()/../..", "::node() | / | //@*"}) {
+        SCOPED_TRACE(std::string(axis) + rest);
+        EXPECT_NE(xpath(node, (axis + std::string(rest)).c_str()), "failed");
+      }
+    }
+  }
+  EXPECT_EQ(xpath(e, "ancestor-or-self::*/f[2] | self::node()"), "1 3 ");
+  EXPECT_EQ(xpath(f, "ancestor::e"), "1 ");
+  EXPECT_EQ(xpath(n, "ancestor-or-self::node()[. = 4]"), "(null) ");
+  EXPECT_EQ(xpath(e, "/e/f"), "2 3 ") << "the tree is a document of its own";
+  EXPECT_EQ(talvo_xml_node_getparent(e), nullptr);
+  EXPECT_EQ(talvo_xml_node_getparent(n), nullptr);
+}
+
 }  // namespace
 }  // namespace talvo::test

@@ -64,6 +64,17 @@ TEST_F(SerializeTest, ElementsAreWrittenAsTheyStand) {
   EXPECT_EQ(talvo_xml_element_dump(nullptr), nullptr);
 }
 
+// libxml2 asks the document, and not the output, which characters an attribute may hold.
+TEST_F(SerializeTest, AttributesOfADocumentWithoutEncodingAreWrittenInReferences) {
+  for (const auto &[declaration, value] :
+       {std::pair{"", "&#xE4;"}, {"<?xml version='1.0' encoding='UTF-8'?>", "\xC3\xA4"}}) {
+    const Document document = parse(std::string(declaration) + "<a k='\xC3\xA4'>\xC3\xA4</a>");
+    const XmlNode *root = talvo_xml_doc_getrootelement(document.get());
+    EXPECT_EQ(dumpElement(root), "<a k=\"" + std::string(value) + "\">\xC3\xA4</a>");
+    EXPECT_EQ(dump(document.get()), "<a k=\"\xC3\xA4\">\xC3\xA4</a>\n");
+  }
+}
+
 TEST_F(SerializeTest, FilesGetTheNameTheyAreGiven) {
   const std::filesystem::path directory =
       std::filesystem::temp_directory_path() / ("talvo_save_" + std::to_string(::getpid()));

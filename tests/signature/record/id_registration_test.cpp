@@ -58,6 +58,19 @@ TEST_F(IdRegistrationTest, NoticesEveryEdit) {
   EXPECT_EQ(talvo_xml_signature_setid(document.get()), 0) << "no signature any more";
 }
 
+TEST_F(IdRegistrationTest, ASignatureInPlaceOfARemovedOneIsDeclared) {
+  const Document document =
+      parse(expand("<doc xmlns:ds='{ds}'><ds:Signature Id='S'><a Id='1'/></ds:Signature></doc>"));
+  XmlNode *signature = findSignature(document);
+  EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
+  XmlNode *copy = talvo_xml_node_dup(signature);
+  talvo_xml_node_remove(signature);
+  talvo_xml_node_addchild(talvo_xml_doc_getrootelement(document.get()), copy);
+  EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
+  EXPECT_EQ(talvo_xml_getidelemnode(document.get(), makeString("S").get()), copy);
+  EXPECT_EQ(declared(document, {"S", "1"}), "S 1 ");
+}
+
 TEST_F(IdRegistrationTest, NeedsASignature) {
   EXPECT_EQ(talvo_xml_signature_setid(nullptr), 0);
   EXPECT_EQ(talvo_xml_signature_setid(parse("<doc Id='x'/>").get()), 0);
