@@ -49,7 +49,11 @@ enum {
   TALVO_HASH_SHA256 = 0x4000,
   TALVO_HASH_SHA384 = 0x5000,
   TALVO_HASH_SHA512 = 0x6000,
-  TALVO_HASH_SM3 = 0x7000
+  TALVO_HASH_SM3 = 0x7000,
+  TALVO_HASH_SHA3_224 = 0x8000,
+  TALVO_HASH_SHA3_256 = 0x9000,
+  TALVO_HASH_SHA3_384 = 0xa000,
+  TALVO_HASH_SHA3_512 = 0xb000
 };
 
 /* MACs. */
@@ -62,7 +66,10 @@ enum {
   TALVO_MAC_HMAC_SHA512 = 0xc0000
 };
 
-/* Signatures; those of RSA are PKCS #1 v1.5. */
+/* Signatures. RSA_PSS (RFC 8017) has the same hash in the mask, MGF1, a salt as long as the hash
+ * and trailer 1; TalvoPKICryptoNewSignPSS takes other parameters. The others of RSA are PKCS #1
+ * v1.5. ED25519 and ED448 are the pure forms (RFC 8032) with the empty context; their objects hold
+ * all of the octets that they are fed. */
 enum {
   TALVO_CRYPTO_RSA_MD5 = 1,
   TALVO_CRYPTO_RSA_SHA1 = 2,
@@ -75,12 +82,29 @@ enum {
   TALVO_CRYPTO_ECDSA_SHA256 = 18,
   TALVO_CRYPTO_ECDSA_SHA384 = 19,
   TALVO_CRYPTO_ECDSA_SHA512 = 20,
-  TALVO_CRYPTO_SM2_SM3 = 25
+  TALVO_CRYPTO_SM2_SM3 = 25,
+  TALVO_CRYPTO_RSA_SHA224 = 26,
+  TALVO_CRYPTO_DSA_SHA256 = 27,
+  TALVO_CRYPTO_ECDSA_SHA3_224 = 28,
+  TALVO_CRYPTO_ECDSA_SHA3_256 = 29,
+  TALVO_CRYPTO_ECDSA_SHA3_384 = 30,
+  TALVO_CRYPTO_ECDSA_SHA3_512 = 31,
+  TALVO_CRYPTO_ED25519 = 32,
+  TALVO_CRYPTO_ED448 = 33,
+  TALVO_CRYPTO_RSA_PSS_SHA1 = 34,
+  TALVO_CRYPTO_RSA_PSS_SHA224 = 35,
+  TALVO_CRYPTO_RSA_PSS_SHA256 = 36,
+  TALVO_CRYPTO_RSA_PSS_SHA384 = 37,
+  TALVO_CRYPTO_RSA_PSS_SHA512 = 38,
+  TALVO_CRYPTO_RSA_PSS_SHA3_224 = 39,
+  TALVO_CRYPTO_RSA_PSS_SHA3_256 = 40,
+  TALVO_CRYPTO_RSA_PSS_SHA3_384 = 41,
+  TALVO_CRYPTO_RSA_PSS_SHA3_512 = 42
 };
 
 /* Key types. */
 enum {
-  TALVO_KEY_TYPE_OTHER = 0,
+  TALVO_KEY_TYPE_OTHER = 0, /* Ed25519, Ed448, RSA keys bound to RSA-PSS, and what cannot sign */
   TALVO_KEY_TYPE_RSA = 1,
   TALVO_KEY_TYPE_DSA = 2,
   TALVO_KEY_TYPE_EC = 4 /* elliptic curve, SM2 included */
@@ -212,6 +236,14 @@ TALVO_API TalvoPKIPublicKey *TalvoPKICryptoImportPublicKey(TalvoPKIDevice *devic
  * when the algorithm is unknown or the key cannot do it. */
 TALVO_API TalvoPKISign *TalvoPKICryptoNewSign(TalvoPKIKeyPair *keyPair,
                                               int32_t algorithm) TALVO_NOEXCEPT;
+/* TalvoPKICryptoNewSignPSS returns a new signing object for RSA-PSS (RFC 8017) with parameters of
+ * one's own: the hash of the text, the hash of the mask (MGF1), and the length of the salt in
+ * octets; the trailer is 1. NULL as above, for unknown hashes and a negative length, and when a key
+ * that is bound to RSA-PSS does not allow these parameters; a salt that is too long for the key
+ * makes TalvoPKICryptoSignFinal fail. */
+TALVO_API TalvoPKISign *TalvoPKICryptoNewSignPSS(TalvoPKIKeyPair *keyPair, int32_t hash,
+                                                 int32_t maskHash,
+                                                 int32_t saltLength) TALVO_NOEXCEPT;
 /* TalvoPKICryptoSignUpdate feeds `length` bytes of what is signed. */
 TALVO_API int32_t TalvoPKICryptoSignUpdate(TalvoPKISign *sign, const void *bytes,
                                            size_t length) TALVO_NOEXCEPT;
@@ -223,6 +255,11 @@ TALVO_API void TalvoPKICryptoFreeSign(TalvoPKISign *sign) TALVO_NOEXCEPT;
 /* TalvoPKICryptoNewVerify returns a new verifying object, as TalvoPKICryptoNewSign does. */
 TALVO_API TalvoPKIVerify *TalvoPKICryptoNewVerify(TalvoPKIPublicKey *key,
                                                   int32_t algorithm) TALVO_NOEXCEPT;
+/* TalvoPKICryptoNewVerifyPSS returns a new verifying object, as TalvoPKICryptoNewSignPSS does. A
+ * signature with a salt of another length is invalid. */
+TALVO_API TalvoPKIVerify *TalvoPKICryptoNewVerifyPSS(TalvoPKIPublicKey *key, int32_t hash,
+                                                     int32_t maskHash,
+                                                     int32_t saltLength) TALVO_NOEXCEPT;
 /* TalvoPKICryptoVerifyUpdate feeds `length` bytes of what was signed. */
 TALVO_API int32_t TalvoPKICryptoVerifyUpdate(TalvoPKIVerify *verify, const void *bytes,
                                              size_t length) TALVO_NOEXCEPT;
@@ -455,8 +492,8 @@ TALVO_API void TalvoPKIMsgFreeTimeStamp(TalvoPKITimeStamp *timeStamp) TALVO_NOEX
 /* TalvoPKIMsgTimeStampSetTSA sets the authority's http or https URL. */
 TALVO_API int32_t TalvoPKIMsgTimeStampSetTSA(TalvoPKITimeStamp *timeStamp,
                                              const talvo_ustring *tsa) TALVO_NOEXCEPT;
-/* TalvoPKIMsgTimeStampSetHashAlgorithm sets the hash number of the imprint; 0 for an unknown one.
- */
+/* TalvoPKIMsgTimeStampSetHashAlgorithm sets the hash number of the imprint; 0 for an unknown one,
+ * of which SHA-3 is one here. */
 TALVO_API int32_t TalvoPKIMsgTimeStampSetHashAlgorithm(TalvoPKITimeStamp *timeStamp,
                                                        int32_t hash) TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampSetMessageImprint sets the digest that is to be stamped. */
@@ -480,7 +517,8 @@ TALVO_API int32_t TalvoPKIMsgTimeStampGetTimeStampToken(const TalvoPKITimeStamp 
  * object, or NULL. */
 TALVO_API TalvoPKITimeStamp *TalvoPKIMsgVerifyTimeStampToken(
     const uint8_t *token, size_t length, const talvo_arraylist *trusted) TALVO_NOEXCEPT;
-/* TalvoPKIMsgTimeStampGetHashAlgorithm returns the hash number of the imprint; -1 when unknown. */
+/* TalvoPKIMsgTimeStampGetHashAlgorithm returns the hash number of the imprint; -1 when unknown, of
+ * SHA-3 too. */
 TALVO_API int32_t TalvoPKIMsgTimeStampGetHashAlgorithm(const TalvoPKITimeStamp *timeStamp)
     TALVO_NOEXCEPT;
 /* TalvoPKIMsgTimeStampGetMessageImprint hands out the digest: that of the token, or without token

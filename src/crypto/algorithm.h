@@ -10,15 +10,16 @@
 
 namespace talvo::crypto {
 
-// What a key is good for. `ec` and `sm2` are one key type to callers, yet neither can do the
-// other's work.
-enum class KeyFamily { other, rsa, dsa, ec, sm2 };
+// What a key is good for. `ec` and `sm2` are one key type to callers, yet neither can do the other's
+// work; an `rsaPss` key is bound to RSA-PSS, which plain RSA keys do too.
+enum class KeyFamily { other, rsa, rsaPss, dsa, ec, sm2, ed25519, ed448 };
 
 struct HashAlgorithm {
   int32_t number;
   const char *name;
   int nid;
   size_t length;
+  bool inTimeStamps;  // whether it is known as the imprint of one
 };
 
 struct MacAlgorithm {
@@ -29,12 +30,14 @@ struct MacAlgorithm {
 struct SigningAlgorithm {
   int32_t number;
   KeyFamily family;
-  int32_t hash;
+  int32_t hash;        // 0 for a method that takes the text as a whole
+  bool isPss = false;  // with the same hash for the mask, and a salt as long as it
 };
 
 // Null for unknown numbers.
 const HashAlgorithm *hashByNumber(int32_t number) noexcept;
-const HashAlgorithm *hashByNid(int nid) noexcept;
+const HashAlgorithm *timeStampHashByNumber(int32_t number) noexcept;
+const HashAlgorithm *timeStampHashByNid(int nid) noexcept;
 const MacAlgorithm *macByNumber(int32_t number) noexcept;
 const SigningAlgorithm *signingByNumber(int32_t number) noexcept;
 

@@ -12,6 +12,17 @@ namespace talvo::crypto {
 namespace {
 
 constexpr char kSm2[] = "SM2";
+
+// OpenSSL's names but "EC", which may be SM2 too.
+struct NamedFamily {
+  const char *name;
+  KeyFamily family;
+};
+constexpr NamedFamily kFamilies[] = {
+    {"RSA", KeyFamily::rsa}, {"RSA-PSS", KeyFamily::rsaPss},  {"DSA", KeyFamily::dsa},
+    {kSm2, KeyFamily::sm2},  {"ED25519", KeyFamily::ed25519}, {"ED448", KeyFamily::ed448},
+};
+
 constexpr size_t kMaxRsaBits = 16384;
 constexpr size_t kMaxDsaBits = 10000;
 
@@ -150,8 +161,8 @@ Key readDsaBlob(Bytes bytes) noexcept {
 
 Key withinLimits(Key key) noexcept {
   const auto bits = key ? static_cast<size_t>(EVP_PKEY_get_bits(key.handle.get())) : 0;
-  if ((key.family == KeyFamily::rsa && bits > kMaxRsaBits) ||
-      (key.family == KeyFamily::dsa && bits > kMaxDsaBits)) {
+  const bool isRsa = key.family == KeyFamily::rsa || key.family == KeyFamily::rsaPss;
+  if ((isRsa && bits > kMaxRsaBits) || (key.family == KeyFamily::dsa && bits > kMaxDsaBits)) {
     return {};
   }
   return key;
@@ -183,16 +194,15 @@ KeyFamily familyOf(const EVP_PKEY *key) noexcept {
   if (key == nullptr) {
     return KeyFamily::other;
   }
-  if (EVP_PKEY_is_a(key, "RSA") == 1) {
-    return KeyFamily::rsa;
-  }
   if (EVP_PKEY_is_a(key, "EC") == 1) {
     return isOnSm2Curve(key) ? KeyFamily::sm2 : KeyFamily::ec;
   }
-  if (EVP_PKEY_is_a(key, "DSA") == 1) {
-    return KeyFamily::dsa;
+  for (const auto &[name, family] : kFamilies) {
+    if (EVP_PKEY_is_a(key, name) == 1) {
+      return family;
+    }
   }
-  return EVP_PKEY_is_a(key, kSm2) == 1 ? KeyFamily::sm2 : KeyFamily::other;
+  return KeyFamily::other;
 }
 
 Key makeKey(EvpKey handle) noexcept {

@@ -248,7 +248,7 @@ int32_t TalvoPKIMsgTimeStampSetTSA(TalvoPKITimeStamp *timeStamp,
 }
 
 int32_t TalvoPKIMsgTimeStampSetHashAlgorithm(TalvoPKITimeStamp *timeStamp, int32_t hash) noexcept {
-  const HashAlgorithm *algorithm = hashByNumber(hash);
+  const HashAlgorithm *algorithm = timeStampHashByNumber(hash);
   if (timeStamp == nullptr || algorithm == nullptr) {
     return 0;
   }
@@ -313,7 +313,7 @@ int32_t TalvoPKIMsgTimeStampGetHashAlgorithm(const TalvoPKITimeStamp *timeStamp)
   const HashAlgorithm *hash = timeStamp->hash;
   if (timeStamp->token) {
     const X509_ALGOR *algorithm = TS_MSG_IMPRINT_get_algo(imprintOf(timeStamp->token));
-    hash = hashByNid(OBJ_obj2nid(algorithm->algorithm));
+    hash = timeStampHashByNid(OBJ_obj2nid(algorithm->algorithm));
   }
   return hash == nullptr ? -1 : hash->number;
 }

@@ -31,6 +31,7 @@ bool isStrongKey(X509 *x509, const TrustRules &rules) noexcept {
   const int bits = EVP_PKEY_get_bits(key);
   switch (familyOf(key)) {
     case KeyFamily::rsa:
+    case KeyFamily::rsaPss:
       return bits >= rules.minRsaBits;
     case KeyFamily::dsa:
       return bits >= rules.minDsaBits;

@@ -37,7 +37,11 @@ TEST_F(HashTest, DigestsInPiecesAsInOne) {
                                        {0x4000, EVP_sha256()},
                                        {0x5000, EVP_sha384()},
                                        {0x6000, EVP_sha512()},
-                                       {0x7000, EVP_sm3()}}) {
+                                       {0x7000, EVP_sm3()},
+                                       {0x8000, EVP_sha3_224()},
+                                       {0x9000, EVP_sha3_256()},
+                                       {0xa000, EVP_sha3_384()},
+                                       {0xb000, EVP_sha3_512()}}) {
     SCOPED_TRACE(number);
     unsigned char expected[EVP_MAX_MD_SIZE];
     unsigned int length = 0;
@@ -54,7 +58,7 @@ TEST_F(HashTest, DigestsInPiecesAsInOne) {
 }
 
 TEST_F(HashTest, UnknownNumbersAreRefused) {
-  for (const int32_t number : {0, 1, 0x8000, 0x2001, -1}) {
+  for (const int32_t number : {0, 1, 0xc000, 0x2001, -1}) {
     EXPECT_EQ(TalvoPKICryptoGetHashHandle(number), nullptr) << number;
   }
 }

@@ -63,5 +63,26 @@ TEST_F(TrustTest, ListsOfTheIssuerDecideAboutRevocation) {
   }
 }
 
+TEST_F(TrustTest, ShortKeysOfEveryKindAreWeak) {
+  struct Row {
+    KeyKind kind;
+    int32_t rule;
+    int32_t bits;
+  };
+  for (const Row &row : {Row{KeyKind::rsa, TALVO_TRUST_RULE_MIN_RSA_BITS, 2048},
+                         {KeyKind::rsaPss, TALVO_TRUST_RULE_MIN_RSA_BITS, 2048},
+                         {KeyKind::dsa, TALVO_TRUST_RULE_MIN_DSA_BITS, 1024},
+                         {KeyKind::p256, TALVO_TRUST_RULE_MIN_EC_BITS, 256},
+                         {KeyKind::sm2, TALVO_TRUST_RULE_MIN_EC_BITS, 256}}) {
+    SCOPED_TRACE(row.rule);
+    const Identity identity = makeIdentity({.kind = row.kind});
+    const Trust trust = trusting({{TALVO_TRUST_ANCHOR, &identity}});
+    EXPECT_EQ(TalvoPKITrustSetRule(trust.get(), row.rule, row.bits), 1);
+    EXPECT_EQ(judge(trust, identity, 1), TALVO_TRUST_ANCHORED);
+    EXPECT_EQ(TalvoPKITrustSetRule(trust.get(), row.rule, row.bits + 1), 1);
+    EXPECT_EQ(judge(trust, identity, 0), TALVO_TRUST_ANCHORED | TALVO_TRUST_WEAK_KEY);
+  }
+}
+
 }  // namespace
 }  // namespace talvo::test

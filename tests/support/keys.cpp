@@ -60,6 +60,10 @@ EVP_PKEY *makeDsa() {
   return generate(Context(EVP_PKEY_CTX_new(domain, nullptr)));
 }
 
+EVP_PKEY *makeNamed(const char *type) {
+  return generate(Context(EVP_PKEY_CTX_new_from_name(nullptr, type, nullptr)));
+}
+
 EVP_PKEY *makeKey(KeyKind kind) {
   switch (kind) {
     case KeyKind::rsa:
@@ -76,7 +80,13 @@ EVP_PKEY *makeKey(KeyKind kind) {
     case KeyKind::dsa:
       return makeDsa();
     case KeyKind::sm2:
-      return generate(Context(EVP_PKEY_CTX_new_from_name(nullptr, "SM2", nullptr)));
+      return makeNamed("SM2");
+    case KeyKind::rsaPss:
+      return makeNamed("RSA-PSS");
+    case KeyKind::ed25519:
+      return makeNamed("ED25519");
+    case KeyKind::ed448:
+      return makeNamed("ED448");
   }
   return nullptr;
 }
@@ -131,11 +141,14 @@ void addKeyUsage(X509 *x509, int usage) {
   check(X509_add1_ext_i2d(x509, NID_key_usage, bits.get(), 1, 0) == 1, "key usage");
 }
 
-// SM2 signatures cover an identifier, DSA of this size signs SHA-1, everything else SHA-256.
+// SM2 signatures cover an identifier, DSA of this size signs SHA-1, EdDSA the text itself,
+// everything else SHA-256.
 template <class Sign, class Object>
 void signWith(KeyKind kind, Sign sign, Object *object) {
   const DigestContext context(EVP_MD_CTX_new());
-  const EVP_MD *digest = kind == KeyKind::sm2   ? EVP_sm3()
+  const bool isEd = kind == KeyKind::ed25519 || kind == KeyKind::ed448;
+  const EVP_MD *digest = isEd                   ? nullptr
+                         : kind == KeyKind::sm2 ? EVP_sm3()
                          : kind == KeyKind::dsa ? EVP_sha1()
                                                 : EVP_sha256();
   EVP_PKEY_CTX *keyContext = nullptr;
@@ -184,7 +197,7 @@ void revoke(X509_CRL *crl, const std::string &serial) {
 
 EVP_PKEY *evpKey(KeyKind kind) {
   static std::mutex mutex;
-  static std::array<EvpKeyHandle, 8> keys;
+  static std::array<EvpKeyHandle, 11> keys;
   const std::lock_guard lock(mutex);
   EvpKeyHandle &key = keys.at(static_cast<size_t>(kind));
   if (!key) {

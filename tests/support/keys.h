@@ -14,7 +14,7 @@
 
 namespace talvo::test {
 
-enum class KeyKind { rsa, rsaOther, p224, p256, p384, p521, dsa, sm2 };
+enum class KeyKind { rsa, rsaOther, rsaPss, p224, p256, p384, p521, dsa, sm2, ed25519, ed448 };
 
 using Certificate = Handle<TalvoPKICert, TalvoPKICertFreeCert>;
 using KeyPair = Handle<TalvoPKIKeyPair, TalvoPKICryptoFreeKeyPair>;
@@ -34,7 +34,7 @@ std::string derOf(T *object, Encode i2d) {
 using EvpKeyHandle = Handle<EVP_PKEY, EVP_PKEY_free>;
 using X509Handle = Handle<X509, X509_free>;
 
-// RSA 2048, DSA 1024/160, and the curves. Borrowed: lives as long as the process.
+// RSA 2048 (RSA-PSS without restrictions), DSA 1024/160, and the curves. Borrowed: lives as long as the process.
 EVP_PKEY *evpKey(KeyKind kind);
 // PKCS #8.
 std::string privateKeyDer(KeyKind kind);
