@@ -206,8 +206,8 @@ TALVO_API TalvoPKIPublicKey *TalvoPKICryptoDupPublicKey(TalvoPKIPublicKey *key) 
 TALVO_API void TalvoPKICryptoFreePublicKey(TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 /* TalvoPKICryptoGetPublicKeyType returns the key type; TALVO_KEY_TYPE_OTHER for NULL. */
 TALVO_API int32_t TalvoPKICryptoGetPublicKeyType(const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
-/* TalvoPKICryptoGetPublicKeyBits returns the size of a key: of the modulus for RSA, of P for DSA, of
- * the field for elliptic curves; -1 for NULL. */
+/* TalvoPKICryptoGetPublicKeyBits returns the size of a key: of the modulus for RSA, of P for
+ * DSA, of the field for elliptic curves; -1 for NULL. */
 TALVO_API int32_t TalvoPKICryptoGetPublicKeyBits(const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 /* TalvoPKICryptoEqualPublicKey returns 1 when both are the same key, else 0. */
 TALVO_API int32_t TalvoPKICryptoEqualPublicKey(const TalvoPKIPublicKey *first,
@@ -386,16 +386,16 @@ TALVO_API int32_t TalvoPKICertGetCertPath(const TalvoPKICert *cert, TalvoPKICert
 /* TalvoPKICertFreeCertPath releases a path with its certificates. NULL is ignored. */
 TALVO_API void TalvoPKICertFreeCertPath(TalvoPKICert **path, int32_t count) TALVO_NOEXCEPT;
 
-/* TalvoPKICertMatchIssuerSerial returns 1 when the DER of an IssuerSerial (RFC 5035: general names of
- * the issuer and a serial number) names this certificate: one of the names is exactly its issuer,
- * compared as RFC 5280 asks, and the number is its serial number. Else 0. */
+/* TalvoPKICertMatchIssuerSerial returns 1 when the DER of an IssuerSerial (RFC 5035: general
+ * names of the issuer and a serial number) names this certificate: one of the names is exactly
+ * its issuer, compared as RFC 5280 asks, and the number is its serial number. Else 0. */
 TALVO_API int32_t TalvoPKICertMatchIssuerSerial(const TalvoPKICert *cert, const uint8_t *der,
                                                 size_t length) TALVO_NOEXCEPT;
 
 /* ---- trust ----
  *
- * A trust object holds whom its owner believes, and answers for one certificate after another. It is
- * filled first; while nobody adds to it, it may be asked by several threads at once. */
+ * A trust object holds whom its owner believes, and answers for one certificate after another.
+ * It is filled first; while nobody adds to it, it may be asked by several threads at once. */
 
 /* What a certificate is added as. */
 enum {
@@ -445,7 +445,8 @@ TALVO_API int32_t TalvoPKITrustAddKey(TalvoPKITrust *trust, TalvoPKIPublicKey *k
 /* TalvoPKITrustAddCrl adds a CRL that the caller vouches for having given. Its signature is checked
  * when it is used. */
 TALVO_API int32_t TalvoPKITrustAddCrl(TalvoPKITrust *trust, const talvo_crl *crl) TALVO_NOEXCEPT;
-/* TalvoPKITrustSetTime sets the time that paths are judged for; NULL is the time of each question. */
+/* TalvoPKITrustSetTime sets the time that paths are judged for; NULL is the time of each
+ * question. */
 TALVO_API int32_t TalvoPKITrustSetTime(TalvoPKITrust *trust, const talvo_time *time) TALVO_NOEXCEPT;
 /* TalvoPKITrustSetRule sets a rule; 0 for an unknown rule and a value that it does not take. */
 TALVO_API int32_t TalvoPKITrustSetRule(TalvoPKITrust *trust, int32_t rule,
@@ -453,18 +454,18 @@ TALVO_API int32_t TalvoPKITrustSetRule(TalvoPKITrust *trust, int32_t rule,
 /* TalvoPKITrustHasKey returns 1 when the key is pinned, or is that of a pinned certificate. */
 TALVO_API int32_t TalvoPKITrustHasKey(const TalvoPKITrust *trust,
                                       const TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
-/* TalvoPKITrustJudge judges one certificate. `certificates` (TalvoPKICert, may be NULL) are others that
- * paths may lead through; `crls` (talvo_crl, may be NULL) came with the certificate: they can revoke,
- * and make a status known, but one of them that cannot be used refuses nothing. A CRL counts for the
- * certificates of its issuer when that signed it and may sign CRLs, its next update is not past, and
- * it is neither a delta nor an indirect CRL; a revocation counts when its date is not after the time of
- * the question. A CRL of the object that cannot be used for a certificate that it is about makes its
- * status unknown, unless another one can be used.
+/* TalvoPKITrustJudge judges one certificate. `certificates` (TalvoPKICert, may be NULL) are
+ * others that paths may lead through; `crls` (talvo_crl, may be NULL) came with the certificate:
+ * they can revoke, and make a status known, but one of them that cannot be used refuses nothing.
+ * A CRL counts for the certificates of its issuer when that signed it and may sign CRLs, its
+ * next update is not past, and it is neither a delta nor an indirect CRL; a revocation counts
+ * when its date is not after the time of the question. A CRL of the object that cannot be used
+ * for a certificate that it is about makes its status unknown, unless another one can be used.
  *
- * Returns 1 when the certificate is believed and nothing in `findings` refuses it, 0 when it is not, and
- * -1 with nothing written when it could not be judged. `findings` receives the sum of what was found,
- * `chain` (optional) a new list that owns certificates, the judged one first: the path to the anchor
- * where there is one. */
+ * Returns 1 when the certificate is believed and nothing in `findings` refuses it, 0 when it is
+ * not, and -1 with nothing written when it could not be judged. `findings` receives the sum of
+ * what was found, `chain` (optional) a new list that owns certificates, the judged one first:
+ * the path to the anchor where there is one. */
 TALVO_API int32_t TalvoPKITrustJudge(const TalvoPKITrust *trust, const TalvoPKICert *cert,
                                      const talvo_arraylist *certificates,
                                      const talvo_arraylist *crls, uint32_t *findings,

@@ -53,9 +53,9 @@ typedef struct talvo_crl talvo_crl;
  * place of the call and must outlive the block (a string literal). A size of 0 gives a block of its
  * own. */
 TALVO_API void *talvo_malloc(size_t size, const char *file, int32_t line) TALVO_NOEXCEPT;
-/* talvo_realloc returns the block with room for `size` bytes, moved where it has to be; what it held
- * stays as far as there is room. It is then a block of the place that `file` and `line` name. NULL
- * when there is no memory: the block is as it was. A NULL block is a new one. */
+/* talvo_realloc returns the block with room for `size` bytes, moved where it has to be; what it
+ * held stays as far as there is room. It is then a block of the place that `file` and `line`
+ * name. NULL when there is no memory: the block is as it was. A NULL block is a new one. */
 TALVO_API void *talvo_realloc(void *block, size_t size, const char *file,
                               int32_t line) TALVO_NOEXCEPT;
 /* talvo_free gives a block of talvo_malloc back. NULL is ignored. */
@@ -319,8 +319,8 @@ TALVO_API talvo_json *talvo_json_getitem(const talvo_json *json, int32_t index) 
  * of `key`, or NULL. */
 TALVO_API talvo_json *talvo_json_getmember(const talvo_json *json, const char *key,
                                            size_t length) TALVO_NOEXCEPT;
-/* talvo_json_hasmember returns 1 when an object has that key; so a NULL of talvo_json_getmember tells
- * exhausted memory from absence. */
+/* talvo_json_hasmember returns 1 when an object has that key; so a NULL of talvo_json_getmember
+ * tells exhausted memory from absence. */
 TALVO_API int32_t talvo_json_hasmember(const talvo_json *json, const char *key,
                                        size_t length) TALVO_NOEXCEPT;
 /* talvo_json_getkey returns a new string with the key of member number `index` of an object (in

@@ -517,11 +517,11 @@ TALVO_API int32_t talvo_xml_signature_gethmaclength(const Signature *signature,
  * releases only the list. NULL for NULL. */
 TALVO_API talvo_arraylist *talvo_xml_signature_getreflist(const Signature *signature)
     TALVO_NOEXCEPT;
-/* talvo_xml_signature_getsignedinfo returns a new context that describes SignedInfo (canonicalisation
- * with its prefixes, method, references with their digests as given digests), or NULL where such a
- * context cannot be made: an HMAC or unknown method, an unknown algorithm, exclusive
- * canonicalisation without a prefix list, a reference without URI. The caller releases it with
- * talvo_xml_signature_signedinfoctx_free. */
+/* talvo_xml_signature_getsignedinfo returns a new context that describes SignedInfo
+ * (canonicalisation with its prefixes, method, references with their digests as given digests),
+ * or NULL where such a context cannot be made: an HMAC or unknown method, an unknown algorithm,
+ * exclusive canonicalisation without a prefix list, a reference without URI. The caller releases
+ * it with talvo_xml_signature_signedinfoctx_free. */
 TALVO_API SignedInfoCtx *talvo_xml_signature_getsignedinfo(const Signature *signature)
     TALVO_NOEXCEPT;
 /* talvo_xml_signature_getsigncert returns a new handle of the certificate whose key verified the
@@ -711,11 +711,11 @@ TALVO_API int32_t talvo_xml_signature_xades_certid_getcerthashvalue(
 TALVO_API char *talvo_xml_signature_xades_certid_getissuer(const CertId *certId) TALVO_NOEXCEPT;
 TALVO_API talvo_biginteger *talvo_xml_signature_xades_certid_getsn(const CertId *certId)
     TALVO_NOEXCEPT;
-/* talvo_xml_signature_xades_certid_matchcert returns 1 when the certificate is taken for the named
- * one, else 0. Digests of SHA-1, SHA-224 to SHA-512 and SM3 are compared; a digest of another length
- * does not match; a digest of the right length that DIFFERS matches at once; an equal one matches
- * when serial number and issuer are the same too. This established behaviour is kept: do not build
- * trust on it. */
+/* talvo_xml_signature_xades_certid_matchcert returns 1 when the certificate is taken for the
+ * named one, else 0. Digests of SHA-1, SHA-224 to SHA-512 and SM3 are compared; a digest of
+ * another length does not match; a digest of the right length that DIFFERS matches at once; an
+ * equal one matches when serial number and issuer are the same too. This established behaviour
+ * is kept: do not build trust on it. */
 TALVO_API int32_t talvo_xml_signature_xades_certid_matchcert(
     const CertId *certId, const TalvoPKICert *certificate) TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_signature_xades_certid_free(CertId *certId) TALVO_NOEXCEPT;
@@ -745,13 +745,13 @@ TALVO_API SignaturePropCtx *talvo_xml_signature_signaturepropctx_dup(SignaturePr
     TALVO_NOEXCEPT;
 TALVO_API void talvo_xml_signature_signaturepropctx_free(SignaturePropCtx *context) TALVO_NOEXCEPT;
 
-/* talvo_xml_signature_signedinfoctx_new makes the context of a signature. `id` (may be NULL) becomes
- * the Id of SignedInfo. `c14nMethod` is any but TALVO_C14N_MINIMAL; the exclusive ones need a list
- * of at least one prefix (ustrings), the others ignore it. `signatureMethod` is one of RSA but
- * TALVO_SIGNATURE_RSA_MD5 and ..._RSA_RIPEMD160, of DSA, ECDSA or SM2; with
+/* talvo_xml_signature_signedinfoctx_new makes the context of a signature. `id` (may be NULL)
+ * becomes the Id of SignedInfo. `c14nMethod` is any but TALVO_C14N_MINIMAL; the exclusive ones
+ * need a list of at least one prefix (ustrings), the others ignore it. `signatureMethod` is one
+ * of RSA but TALVO_SIGNATURE_RSA_MD5 and ..._RSA_RIPEMD160, of DSA, ECDSA or SM2; with
  * TALVO_SIGNATURE_RSA_SHA224, which has no identifier, generating SignedInfo will fail.
- * `references` is a list of at least one ReferenceCtx, in the order in which they are written. The
- * signer's own certificate is written into KeyInfo unless
+ * `references` is a list of at least one ReferenceCtx, in the order in which they are written.
+ * The signer's own certificate is written into KeyInfo unless
  * talvo_xml_signature_signedinfoctx_setincludecertflag says otherwise, and no XAdES property is
  * asked for. */
 TALVO_API SignedInfoCtx *talvo_xml_signature_signedinfoctx_new(
@@ -835,8 +835,8 @@ TALVO_API TalvoPKIPublicKey *talvo_xml_signature_key_getpubkey(const SignatureKe
 
 /* The setters return 1, or 0 for a value that they refuse; then the earlier value stays.
  *
- * talvo_xml_signature_signedinfoctx_setincludecertflag chooses the certificates written into KeyInfo
- * (certificate options). */
+ * talvo_xml_signature_signedinfoctx_setincludecertflag chooses the certificates written into
+ * KeyInfo (certificate options). */
 TALVO_API int32_t talvo_xml_signature_signedinfoctx_setincludecertflag(
     SignedInfoCtx *context, int32_t option) TALVO_NOEXCEPT;
 /* talvo_xml_signature_signedinfoctx_setsignaturevalueid sets the Id of SignatureValue, which a
@@ -888,7 +888,8 @@ TALVO_API talvo_arraylist *talvo_xml_signature_signedinfoctx_getrefs(const Signe
     TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_signature_referencectx_getid(const ReferenceCtx *context)
     TALVO_NOEXCEPT;
-/* talvo_xml_signature_referencectx_geturi returns the URI as it will be written, percent-encoded. */
+/* talvo_xml_signature_referencectx_geturi returns the URI as it will be written,
+ * percent-encoded. */
 TALVO_API talvo_ustring *talvo_xml_signature_referencectx_geturi(const ReferenceCtx *context)
     TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_signature_referencectx_gettype(const ReferenceCtx *context)
@@ -937,8 +938,8 @@ TALVO_API int32_t talvo_xml_signature_checkparameters(const talvo_json *paramete
 TALVO_API int32_t talvo_xml_signature_sethmackey(Signature *signature, const void *key,
                                                  size_t length) TALVO_NOEXCEPT;
 /* talvo_xml_signature_sethdomainparam keeps copies of DSA domain parameters for key values that
- * carry none; the method must be DSA-SHA1. P and Q come together or not at all, and at least P and Q
- * or G must be given; what is NULL keeps its earlier value. */
+ * carry none; the method must be DSA-SHA1. P and Q come together or not at all, and at least P
+ * and Q or G must be given; what is NULL keeps its earlier value. */
 TALVO_API int32_t talvo_xml_signature_sethdomainparam(Signature *signature,
                                                       const talvo_biginteger *p,
                                                       const talvo_biginteger *q,
@@ -979,12 +980,12 @@ TALVO_API int32_t talvo_xml_signature_setidattr(Signature *signature) TALVO_NOEX
 /* ---- generating signature elements ----
  *
  * Each generator returns a new free-standing element, or the first of a run of them; the caller
- * links it (talvo_xml_node_addchild, or talvo_xml_node_addsibling for a run) or frees each node with
- * talvo_xml_node_free. NULL on failure, with nothing left behind. New elements are bound to the
- * namespace declaration `ns`, which must be in scope where they will be linked; attributes have no
- * namespace, and Id comes first. `doc` is the document that the elements are meant for. Every
- * container holds a line feed, a child, a line feed, and so on, and ends in a line feed; nothing is
- * indented.
+ * links it (talvo_xml_node_addchild, or talvo_xml_node_addsibling for a run) or frees each node
+ * with talvo_xml_node_free. NULL on failure, with nothing left behind. New elements are bound to
+ * the namespace declaration `ns`, which must be in scope where they will be linked; attributes
+ * have no namespace, and Id comes first. `doc` is the document that the elements are meant for.
+ * Every container holds a line feed, a child, a line feed, and so on, and ends in a line feed;
+ * nothing is indented.
  *
  * talvo_xml_signedinfonode_gen makes SignedInfo with empty DigestValues. It fails for
  * TALVO_SIGNATURE_RSA_SHA224. */
@@ -995,10 +996,10 @@ TALVO_API XmlNode *talvo_xml_signedinfonode_gen(XmlDoc *doc, XmlNode *ns,
 TALVO_API XmlNode *talvo_xml_c14nmethodnode_gen(uint32_t c14nMethod,
                                                 const talvo_arraylist *prefixes,
                                                 XmlNode *ns) TALVO_NOEXCEPT;
-/* talvo_xml_refsnode_gen makes a run of Reference elements, each followed by a line feed, from a list
- * of at least one ReferenceCtx. DigestValues are empty. The prefix list of an exclusive
- * canonicalisation is not written. TALVO_TRANSFORM_XPATH writes an XPath element, which its context
- * remembers until the context is used again. */
+/* talvo_xml_refsnode_gen makes a run of Reference elements, each followed by a line feed, from a
+ * list of at least one ReferenceCtx. DigestValues are empty. The prefix list of an exclusive
+ * canonicalisation is not written. TALVO_TRANSFORM_XPATH writes an XPath element, which its
+ * context remembers until the context is used again. */
 TALVO_API XmlNode *talvo_xml_refsnode_gen(XmlDoc *doc, const talvo_arraylist *references,
                                           XmlNode *ns) TALVO_NOEXCEPT;
 /* talvo_xml_digestmethodnode_gen makes DigestMethod. */
@@ -1020,10 +1021,10 @@ TALVO_API XmlNode *talvo_xml_keyinfonode_gen(
 /* talvo_xml_x509datanode_gen makes X509Data with one X509Certificate, in lines of 64 characters. */
 TALVO_API XmlNode *talvo_xml_x509datanode_gen(XmlDoc *doc, XmlNode *ns,
                                               const TalvoPKICert *certificate) TALVO_NOEXCEPT;
-/* talvo_xml_objectsnode_gen makes a run of Object elements, each followed by a line feed, from a list
- * of at least one ObjectCtx. The nodes of contexts move into them, or stay where they are when
- * the generation fails. An Object around SignatureProperties or a Manifest has no attributes: the Id
- * stands on the element inside. */
+/* talvo_xml_objectsnode_gen makes a run of Object elements, each followed by a line feed, from a
+ * list of at least one ObjectCtx. The nodes of contexts move into them, or stay where they are
+ * when the generation fails. An Object around SignatureProperties or a Manifest has no
+ * attributes: the Id stands on the element inside. */
 TALVO_API XmlNode *talvo_xml_objectsnode_gen(XmlDoc *doc, XmlNode *ns,
                                              const talvo_arraylist *objects) TALVO_NOEXCEPT;
 /* talvo_xml_signature_inclusivenamespaces_gen makes InclusiveNamespaces, which declares its own
@@ -1033,10 +1034,11 @@ TALVO_API XmlNode *talvo_xml_signature_inclusivenamespaces_gen(const talvo_array
 /* talvo_xml_node_gen makes an element that holds only a text. */
 TALVO_API XmlNode *talvo_xml_node_gen(XmlDoc *doc, XmlNode *ns, const talvo_ustring *name,
                                       const talvo_ustring *text) TALVO_NOEXCEPT;
-/* talvo_xml_xadesnode_qualifyingproperties_gen makes an Object with QualifyingProperties (prefix "xa",
- * XAdES 1.3.2) that hold the signed properties the context asks for; SignedProperties is empty when
- * it asks for none. `ns` is the namespace of the signature, `signatureId` its Id, `certificate` the
- * signer's. Codes: 3 (also for a missing argument), 19 and 29 of the signing family. */
+/* talvo_xml_xadesnode_qualifyingproperties_gen makes an Object with QualifyingProperties (prefix
+ * "xa", XAdES 1.3.2) that hold the signed properties the context asks for; SignedProperties is
+ * empty when it asks for none. `ns` is the namespace of the signature, `signatureId` its Id,
+ * `certificate` the signer's. Codes: 3 (also for a missing argument), 19 and 29 of the signing
+ * family. */
 TALVO_API XmlNode *talvo_xml_xadesnode_qualifyingproperties_gen(XmlDoc *doc, XmlNode *ns,
                                                                 const talvo_ustring *signatureId,
                                                                 SignedInfoCtx *context,
@@ -1047,8 +1049,8 @@ TALVO_API XmlNode *talvo_xml_xadesnode_qualifyingproperties_gen(XmlDoc *doc, Xml
 TALVO_API XmlNode *talvo_xml_xadesnode_signingcertificate_cert_gen(
     XmlDoc *doc, XmlNode *ns, XmlNode *xadesNs, int32_t digestMethod,
     const TalvoPKICert *certificate) TALVO_NOEXCEPT;
-/* talvo_xml_signature_xades_encder_gen makes an element whose Encoding says DER and whose text is the
- * octets in Base64 lines of 64 characters. */
+/* talvo_xml_signature_xades_encder_gen makes an element whose Encoding says DER and whose text
+ * is the octets in Base64 lines of 64 characters. */
 TALVO_API XmlNode *talvo_xml_signature_xades_encder_gen(XmlDoc *doc, XmlNode *ns,
                                                         const talvo_ustring *name,
                                                         const void *bytes,
@@ -1149,19 +1151,20 @@ enum {
  * `basePath`, else from the current directory; http and https are fetched.
  *
  * Returns 1 and hands out the borrowed element, or 0 with a code: 1 to 6, 8 to 20, 28, 29. On
- * failure the place is NULL (unless the very arguments were refused), a document made by the call
- * is freed, and the element is taken out of the caller's document again, which is then as it was but
- * for two things: Ids of other signatures stay declared, and a root that was replaced does not come
- * back. Contexts, keys and certificates stay the caller's in any case; nodes that moved from object
- * contexts into the element come back free-standing or to their old place. */
+ * failure the place is NULL (unless the very arguments were refused), a document made by the
+ * call is freed, and the element is taken out of the caller's document again, which is then as
+ * it was but for two things: Ids of other signatures stay declared, and a root that was replaced
+ * does not come back. Contexts, keys and certificates stay the caller's in any case; nodes that
+ * moved from object contexts into the element come back free-standing or to their old place. */
 TALVO_API int32_t talvo_xml_signature_signex(
     XmlDoc *doc, XmlNode *parent, XmlNode *sibling, const talvo_ustring *signatureId,
     SignedInfoCtx *context, const talvo_arraylist *objects, const SignatureKey *key,
     TalvoPKIKeyPair *keyPair, int32_t checkKey, const talvo_arraylist *extraCertificates,
     const talvo_ustring *basePath, XmlNode **signatureElement, uint32_t *error) TALVO_NOEXCEPT;
 /* talvo_xml_signature_sign is talvo_xml_signature_signex with the certificate's own private key,
- * unlocked by `credential` (NUL-terminated UTF-8, or NULL), without key check, extra certificates and
- * base path. 6 without certificate, 9 without private key or with the wrong credential. */
+ * unlocked by `credential` (NUL-terminated UTF-8, or NULL), without key check, extra
+ * certificates and base path. 6 without certificate, 9 without private key or with the wrong
+ * credential. */
 TALVO_API int32_t talvo_xml_signature_sign(XmlDoc *doc, XmlNode *parent, XmlNode *sibling,
                                            const talvo_ustring *signatureId, SignedInfoCtx *context,
                                            const talvo_arraylist *objects,
@@ -1169,50 +1172,51 @@ TALVO_API int32_t talvo_xml_signature_sign(XmlDoc *doc, XmlNode *parent, XmlNode
                                            XmlNode **signatureElement,
                                            uint32_t *error) TALVO_NOEXCEPT;
 /* talvo_xml_signature_newsignaturenode links a new, empty ds:Signature element, which
- * talvo_xml_signature_sign_ex can then fill: as the root of `parent` when that is a document (an old
- * root leaves it), else right after its child `sibling` or, without one, as its last child. The
- * element declares the XML Signature namespace with `prefix`, or as the default namespace for a NULL
- * prefix. Returns the element, which belongs to the document, or NULL with nothing changed. */
+ * talvo_xml_signature_sign_ex can then fill: as the root of `parent` when that is a document (an
+ * old root leaves it), else right after its child `sibling` or, without one, as its last child.
+ * The element declares the XML Signature namespace with `prefix`, or as the default namespace
+ * for a NULL prefix. Returns the element, which belongs to the document, or NULL with nothing
+ * changed. */
 TALVO_API XmlNode *talvo_xml_signature_newsignaturenode(XmlNode *parent, XmlNode *sibling,
                                                         const talvo_ustring *prefix) TALVO_NOEXCEPT;
-/* talvo_xml_signature_sign_ex completes and signs a Signature element that stands where the caller
- * wants it, with the private key of the certificate (not locked) and JSON parameters, which
- * docs/signing-parameters.md describes. The element may hold nothing, or Objects, comments and white
- * space. Its namespace declaration serves every new element, so its prefix is kept.
+/* talvo_xml_signature_sign_ex completes and signs a Signature element that stands where the
+ * caller wants it, with the private key of the certificate (not locked) and JSON parameters,
+ * which docs/signing-parameters.md describes. The element may hold nothing, or Objects, comments
+ * and white space. Its namespace declaration serves every new element, so its prefix is kept.
  *
- * SignedInfo goes behind the first child (an Object that comes first moves behind a new line feed),
- * then a line feed and SignatureValue, then, unless the option is "None", a line feed and KeyInfo. An
- * Object with XAdES properties, where they are asked for, goes behind the caller's run of Objects;
- * where another element ends that run, behind that element. "SignatureId" replaces the Id of the
- * element or gives it one; otherwise an Id is kept, and made when XAdES properties need it. The key
- * usage of the certificate is not looked at. Last comes the time-stamp that the parameters may ask
- * for.
+ * SignedInfo goes behind the first child (an Object that comes first moves behind a new line
+ * feed), then a line feed and SignatureValue, then, unless the option is "None", a line feed and
+ * KeyInfo. An Object with XAdES properties, where they are asked for, goes behind the caller's
+ * run of Objects; where another element ends that run, behind that element. "SignatureId"
+ * replaces the Id of the element or gives it one; otherwise an Id is kept, and made when XAdES
+ * properties need it. The key usage of the certificate is not looked at. Last comes the
+ * time-stamp that the parameters may ask for.
  *
  * Returns 1, or 0 with a code. The element is untouched after 21, 24 and 25, and after 1 for a
  * missing argument. What was inserted before a later failure (1, 3 to 5, 12, 13, 15, 28, 29 ...)
- * stays: the element is the caller's to discard. 23 leaves a complete and valid signature without
- * time-stamp. */
+ * stays: the element is the caller's to discard. 23 leaves a complete and valid signature
+ * without time-stamp. */
 TALVO_API int32_t talvo_xml_signature_sign_ex(XmlNode *signatureElement, TalvoPKICert *certificate,
                                               const talvo_json *parameters,
                                               uint32_t *error) TALVO_NOEXCEPT;
 
 /* The steps of signing, one by one, for callers that generate the elements themselves.
  *
- * talvo_xml_signature_calcrefdigestvalue fills the empty DigestValue elements of SignedInfo from the
- * contexts, matched by position. A digest that a context brings along is written unread. Ids must
- * have been declared (talvo_xml_signature_setid). `dereferenceFlag` is TALVO_DEREFERENCE_NETWORK or
- * 0; `basePath` may be NULL. Returns 1, or 0 with 1 to 6, 12, 13, 20 or 28; digests written
- * before the failure stay. */
+ * talvo_xml_signature_calcrefdigestvalue fills the empty DigestValue elements of SignedInfo from
+ * the contexts, matched by position. A digest that a context brings along is written unread. Ids
+ * must have been declared (talvo_xml_signature_setid). `dereferenceFlag` is
+ * TALVO_DEREFERENCE_NETWORK or 0; `basePath` may be NULL. Returns 1, or 0 with 1 to 6, 12, 13,
+ * 20 or 28; digests written before the failure stay. */
 TALVO_API int32_t talvo_xml_signature_calcrefdigestvalue(XmlDoc *doc, XmlNode *signatureElement,
                                                          SignedInfoCtx *context,
                                                          const talvo_ustring *basePath,
                                                          uint32_t dereferenceFlag,
                                                          uint32_t *error) TALVO_NOEXCEPT;
 /* talvo_xml_signature_calcsignature canonicalises SignedInfo, signs it and fills the empty
- * SignatureValue: RSA values as they are; r and s of DSA, ECDSA and SM2 one behind the other, each as
- * wide as the group order. Method and prefixes (needed for the exclusive methods) are those that
- * SignedInfo states; that is not checked. Returns 1, or 0 with 1, 3, 6, 8, 10 or 20 and the
- * document as it was. */
+ * SignatureValue: RSA values as they are; r and s of DSA, ECDSA and SM2 one behind the other,
+ * each as wide as the group order. Method and prefixes (needed for the exclusive methods) are
+ * those that SignedInfo states; that is not checked. Returns 1, or 0 with 1, 3, 6, 8, 10 or 20
+ * and the document as it was. */
 TALVO_API int32_t talvo_xml_signature_calcsignature(XmlDoc *doc, XmlNode *signatureElement,
                                                     TalvoPKIKeyPair *keyPair,
                                                     int32_t signatureMethod, uint32_t c14nMethod,
@@ -1228,24 +1232,26 @@ TALVO_API talvo_ustring *talvo_xml_signature_calref(XmlNode *referenceElement,
 
 /* ---- properties added after signing (XAdES) ----
  *
- * XAdES 1.3.2. Unsigned signature properties are added to a signature that is complete; they change
- * neither its value nor its digests, unless a reference covers the whole document without the
- * enveloped-signature transform. A property goes behind those that are there: the order is that of
- * the calls. Object, QualifyingProperties (prefix "xa") and the containers inside are made where they
- * are missing, and so is the Id of the Signature, which the properties have to name. They stay when a
- * later step fails; apart from them a function that fails leaves the document as it was unless it
- * says otherwise. `signatureElement` is a ds:Signature element of a document that holds a
- * SignatureValue. Decoded records do not follow: decode again to see a new property.
+ * XAdES 1.3.2. Unsigned signature properties are added to a signature that is complete; they
+ * change neither its value nor its digests, unless a reference covers the whole document without
+ * the enveloped-signature transform. A property goes behind those that are there: the order is
+ * that of the calls. Object, QualifyingProperties (prefix "xa") and the containers inside are
+ * made where they are missing, and so is the Id of the Signature, which the properties have to
+ * name. They stay when a later step fails; apart from them a function that fails leaves the
+ * document as it was unless it says otherwise. `signatureElement` is a ds:Signature element of a
+ * document that holds a SignatureValue. Decoded records do not follow: decode again to see a new
+ * property.
  *
- * talvo_xml_signature_xades_addsignaturetimestamp asks the authority (RFC 3161, http or https URL)
- * for a time-stamp over the canonical form of SignatureValue and adds it as SignatureTimeStamp.
- * `c14nMethod` is any but TALVO_C14N_MINIMAL (the exclusive ones need `prefixes`) and is written
- * into the property; below 1 none is written, which stands for C14N 1.0. Note that a verifier reads
- * back the prefixes of TALVO_C14N_EXCLUSIVE only. `digestMethod` is one that is computed. `id` may
- * be NULL. `timeStamp` (may be NULL) receives a new object, released with TalvoPKIMsgFreeTimeStamp.
+ * talvo_xml_signature_xades_addsignaturetimestamp asks the authority (RFC 3161, http or https
+ * URL) for a time-stamp over the canonical form of SignatureValue and adds it as
+ * SignatureTimeStamp. `c14nMethod` is any but TALVO_C14N_MINIMAL (the exclusive ones need
+ * `prefixes`) and is written into the property; below 1 none is written, which stands for C14N
+ * 1.0. Note that a verifier reads back the prefixes of TALVO_C14N_EXCLUSIVE only. `digestMethod`
+ * is one that is computed. `id` may be NULL. `timeStamp` (may be NULL) receives a new object,
+ * released with TalvoPKIMsgFreeTimeStamp.
  *
- * Returns 1, or 0 with 1, 8, 12, 21, 22 or 23 of the table above. 23 covers everything between the
- * request and a granted, matching token. The call blocks for at most 60 seconds. */
+ * Returns 1, or 0 with 1, 8, 12, 21, 22 or 23 of the table above. 23 covers everything between
+ * the request and a granted, matching token. The call blocks for at most 60 seconds. */
 TALVO_API int32_t talvo_xml_signature_xades_addsignaturetimestamp(
     XmlNode *signatureElement, const talvo_ustring *id, int32_t c14nMethod,
     const talvo_arraylist *prefixes, const talvo_ustring *tsa, int32_t digestMethod,
@@ -1253,10 +1259,10 @@ TALVO_API int32_t talvo_xml_signature_xades_addsignaturetimestamp(
 /* talvo_xml_signature_xades_verifysignaturetimestamp returns 1 when the token of the signature
  * time-stamp at `index` (from 0) is sound and imprints the canonical form of SignatureValue, and
  * hands out a new time-stamp object, released with TalvoPKIMsgFreeTimeStamp, that tells time and
- * authority. `trusted`, a list of TalvoPKICert, asks for a path from the authority to one of them;
- * with NULL only the signature of the token and the usage of its certificate are judged, not whom to
- * believe. 0 when the index is out of range, an argument but `trusted` is NULL, or the time-stamp
- * does not hold; `timeStamp` is then NULL or untouched. */
+ * authority. `trusted`, a list of TalvoPKICert, asks for a path from the authority to one of
+ * them; with NULL only the signature of the token and the usage of its certificate are judged,
+ * not whom to believe. 0 when the index is out of range, an argument but `trusted` is NULL, or
+ * the time-stamp does not hold; `timeStamp` is then NULL or untouched. */
 TALVO_API int32_t talvo_xml_signature_xades_verifysignaturetimestamp(
     const Signature *signature, int32_t index, const talvo_arraylist *trusted,
     TalvoPKITimeStamp **timeStamp) TALVO_NOEXCEPT;
@@ -1265,20 +1271,20 @@ TALVO_API int32_t talvo_xml_signature_xades_verifysignaturetimestamp(
  * those of KeyInfo. Returns 1 or 0. */
 TALVO_API int32_t talvo_xml_signature_xades_addcertificatevalues(
     XmlNode *signatureElement, const TalvoPKICert *certificate) TALVO_NOEXCEPT;
-/* talvo_xml_signature_xades_addcompletecertificaterefs adds CompleteCertificateRefs, which names the
- * issuers of the certificate from the nearest up to the self-issued one, each by a digest that
- * is computed, issuer and serial number. The issuers are taken from the certificate's companions.
- * `id` may be NULL; `reserved` must be NULL. Each call adds a property of its own. Returns 1, also
- * for a self-issued certificate, which has no issuers, so that nothing is added; 0 when the path
- * cannot be built or a certificate not be named. */
+/* talvo_xml_signature_xades_addcompletecertificaterefs adds CompleteCertificateRefs, which names
+ * the issuers of the certificate from the nearest up to the self-issued one, each by a digest
+ * that is computed, issuer and serial number. The issuers are taken from the certificate's
+ * companions. `id` may be NULL; `reserved` must be NULL. Each call adds a property of its own.
+ * Returns 1, also for a self-issued certificate, which has no issuers, so that nothing is added;
+ * 0 when the path cannot be built or a certificate not be named. */
 TALVO_API int32_t talvo_xml_signature_xades_addcompletecertificaterefs(
     XmlNode *signatureElement, const talvo_ustring *id, int32_t digestMethod,
     const TalvoPKICert *certificate, const void *reserved) TALVO_NOEXCEPT;
-/* talvo_xml_signature_xades_add_revocationvalues_crl adds a CRL (`length` bytes of DER, PEM or Base64
- * text; written as DER) to RevocationValues. Lists that the library makes have no namespace and are
- * not found again, so each call adds a CRLValues of its own, behind the second child of the
- * property; a CRLValues of the XAdES namespace that comes first is used. 0 when the CRL cannot be
- * read, or the property holds no child behind which the list could go. */
+/* talvo_xml_signature_xades_add_revocationvalues_crl adds a CRL (`length` bytes of DER, PEM or
+ * Base64 text; written as DER) to RevocationValues. Lists that the library makes have no
+ * namespace and are not found again, so each call adds a CRLValues of its own, behind the second
+ * child of the property; a CRLValues of the XAdES namespace that comes first is used. 0 when the
+ * CRL cannot be read, or the property holds no child behind which the list could go. */
 TALVO_API int32_t talvo_xml_signature_xades_add_revocationvalues_crl(XmlNode *signatureElement,
                                                                      const void *crl,
                                                                      int32_t length) TALVO_NOEXCEPT;
@@ -1292,26 +1298,26 @@ enum { TALVO_CRL_REF_IDENTIFIER = 1 };
 TALVO_API int32_t talvo_xml_signature_xades_add_completerevocationrefs_crl(
     XmlNode *signatureElement, int32_t digestMethod, uint32_t flags, const void *crl,
     int32_t length) TALVO_NOEXCEPT;
-/* The three functions set the Id of a property that exists, in place of an earlier one. 0 without the
- * property or without Id; the document is then as it was. */
+/* The three functions set the Id of a property that exists, in place of an earlier one. 0
+ * without the property or without Id; the document is then as it was. */
 TALVO_API int32_t talvo_xml_signature_xades_set_revocationvalues_id(
     XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_xades_set_certificatevalues_id(
     XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_signature_xades_set_completerevocationrefs_id(
     XmlNode *signatureElement, const talvo_ustring *id) TALVO_NOEXCEPT;
-/* talvo_xml_signature_xades_countersign countersigns: it adds a CounterSignature with a Signature
- * that covers the SignatureValue of this one, which must have an Id as its first attribute. `key`
- * holds a certificate that carries its private key. `parameters` are those of
+/* talvo_xml_signature_xades_countersign countersigns: it adds a CounterSignature with a
+ * Signature that covers the SignatureValue of this one, which must have an Id as its first
+ * attribute. `key` holds a certificate that carries its private key. `parameters` are those of
  * talvo_xml_signature_sign_ex; to their "References", which may be absent, the one to the
- * SignatureValue is appended with `digestMethod`, one that is computed. They are not changed. `id`
- * (may be NULL) is the Id of the new Signature. `counterSignature` (may be NULL) receives the new,
- * borrowed element as soon as it stands in the document, also when signing then fails.
+ * SignatureValue is appended with `digestMethod`, one that is computed. They are not changed.
+ * `id` (may be NULL) is the Id of the new Signature. `counterSignature` (may be NULL) receives
+ * the new, borrowed element as soon as it stands in the document, also when signing then fails.
  *
- * Returns 1, or 0 with 1, 21, 25 or 26 of the table above and the document as it was, or with a code
- * of talvo_xml_signature_sign_ex (25 for parameters that it cannot read, 24 without private key ...).
- * In the latter case the CounterSignature stays with what had been written; to take it back, remove
- * the parent of the element that was handed out. */
+ * Returns 1, or 0 with 1, 21, 25 or 26 of the table above and the document as it was, or with a
+ * code of talvo_xml_signature_sign_ex (25 for parameters that it cannot read, 24 without private
+ * key ...). In the latter case the CounterSignature stays with what had been written; to take it
+ * back, remove the parent of the element that was handed out. */
 TALVO_API int32_t talvo_xml_signature_xades_countersign(
     XmlNode *signatureElement, const SignatureKey *key, int32_t digestMethod,
     const talvo_ustring *id, const talvo_json *parameters, XmlNode **counterSignature,
@@ -1329,14 +1335,14 @@ TALVO_API int32_t talvo_xml_signature_xades_verifycountersignature(
 
 /* ---- verifying ----
  *
- * Core validation of XML Signature 1.1 in two halves: the signature value over SignedInfo, and the
- * digests of the references. A valid signature says that the holder of some key signed this data; whose
- * key that is, and whether to trust it, is the caller's to decide from the keys that are handed out.
- * Keys come from the signature itself: the certificates and key values of KeyInfo in their order,
- * then certificates added by talvo_xml_signature_addcert, then XAdES certificate values; the first
- * one that verifies is taken. Certificates need a key of the method's family and a key usage that
- * allows signatures; ECDSA and SM2 use no key values. HMAC uses the key of
- * talvo_xml_signature_sethmackey. */
+ * Core validation of XML Signature 1.1 in two halves: the signature value over SignedInfo, and
+ * the digests of the references. A valid signature says that the holder of some key signed this
+ * data; whose key that is, and whether to trust it, is the caller's to decide from the keys that
+ * are handed out. Keys come from the signature itself: the certificates and key values of
+ * KeyInfo in their order, then certificates added by talvo_xml_signature_addcert, then XAdES
+ * certificate values; the first one that verifies is taken. Certificates need a key of the
+ * method's family and a key usage that allows signatures; ECDSA and SM2 use no key values. HMAC
+ * uses the key of talvo_xml_signature_sethmackey. */
 
 /* The codes of this section, and of dereferencing, transforming and digesting a reference. */
 enum {
@@ -1390,17 +1396,18 @@ enum {
   TALVO_VERIFY_ERROR_XPATH_ELEMENT = 24
 };
 
-/* Verification reads files and fetches URLs that the document names; only the functions with flags
- * can be kept off the network (TALVO_DEREFERENCE_NETWORK absent), and relative references always
- * reach files below and above the base path.
+/* Verification reads files and fetches URLs that the document names; only the functions with
+ * flags can be kept off the network (TALVO_DEREFERENCE_NETWORK absent), and relative references
+ * always reach files below and above the base path.
  *
  * talvo_xml_signature_verify_ex verifies every ds:Signature element of the document, nested ones
- * too, in document order: first the value, then the references. `basePath` (may be NULL) is where
- * relative references start; `externalData` stands for the one reference without URI of a signature,
- * to which its transforms are not applied. Manifests are digested, not followed. Returns 1 when all
- * signatures are valid and hands out through `keys` (may be NULL) a new list that owns one
- * SignatureKey for each, in document order; 0 with the code of the first failure (1 to 19, 23, 24)
- * and NULL for the list. The document is not changed, but the Ids of its signatures are declared. */
+ * too, in document order: first the value, then the references. `basePath` (may be NULL) is
+ * where relative references start; `externalData` stands for the one reference without URI of a
+ * signature, to which its transforms are not applied. Manifests are digested, not followed.
+ * Returns 1 when all signatures are valid and hands out through `keys` (may be NULL) a new list
+ * that owns one SignatureKey for each, in document order; 0 with the code of the first failure
+ * (1 to 19, 23, 24) and NULL for the list. The document is not changed, but the Ids of its
+ * signatures are declared. */
 TALVO_API int32_t talvo_xml_signature_verify_ex(XmlDoc *doc, const talvo_ustring *basePath,
                                                 const void *externalData, size_t length,
                                                 talvo_arraylist **keys,
@@ -1409,26 +1416,28 @@ TALVO_API int32_t talvo_xml_signature_verify_ex(XmlDoc *doc, const talvo_ustring
 TALVO_API int32_t talvo_xml_signature_verify(XmlDoc *doc, const void *externalData, size_t length,
                                              talvo_arraylist **keys,
                                              uint32_t *error) TALVO_NOEXCEPT;
-/* talvo_xml_signature_signaturevalidation checks the signature value of a decoded signature. Returns
+/* talvo_xml_signature_signaturevalidation checks the signature value of a decoded signature.
+ * Returns
  * 1 and hands out through `key` (may be NULL) the key that verified: a certificate, which the
  * record also remembers for talvo_xml_signature_getsigncert, a public key or an HMAC secret. The
- * caller releases it with talvo_xml_signature_key_free. 0 with 1, 3, 6, 8 to 11, 18 or 23 and NULL
- * for the key. */
+ * caller releases it with talvo_xml_signature_key_free. 0 with 1, 3, 6, 8 to 11, 18 or 23 and
+ * NULL for the key. */
 TALVO_API int32_t talvo_xml_signature_signaturevalidation(Signature *signature, SignatureKey **key,
                                                           uint32_t *error) TALVO_NOEXCEPT;
-/* talvo_xml_signature_referencevalidation_ex checks the references of a decoded signature in document
- * order and stops at the first that does not hold. `flags` are dereferencing flags. Relative
- * URIs start from the base path of the record. `externalData` is digested for the one reference
- * without URI. Ids must have been declared. Returns 1, or 0 with 2 to 7, 12 to 14, 18, 19, 21, 22 or
- * 24. */
+/* talvo_xml_signature_referencevalidation_ex checks the references of a decoded signature in
+ * document order and stops at the first that does not hold. `flags` are dereferencing flags.
+ * Relative URIs start from the base path of the record. `externalData` is digested for the one
+ * reference without URI. Ids must have been declared. Returns 1, or 0 with 2 to 7, 12 to 14, 18,
+ * 19, 21, 22 or 24. */
 TALVO_API int32_t talvo_xml_signature_referencevalidation_ex(const Signature *signature,
                                                              uint32_t flags,
                                                              const void *externalData,
                                                              size_t length,
                                                              uint32_t *error) TALVO_NOEXCEPT;
-/* talvo_xml_signature_referencevalidation_ex2 is the same and says which reference failed: `failed`
- * (may be NULL) is its index from 0 in the list of talvo_xml_signature_getreflist, or -1 when all are
- * valid and when the failure is of none in particular (6 for a NULL signature, 14). */
+/* talvo_xml_signature_referencevalidation_ex2 is the same and says which reference failed:
+ * `failed` (may be NULL) is its index from 0 in the list of talvo_xml_signature_getreflist, or
+ * -1 when all are valid and when the failure is of none in particular (6 for a NULL signature,
+ * 14). */
 TALVO_API int32_t talvo_xml_signature_referencevalidation_ex2(const Signature *signature,
                                                               uint32_t flags,
                                                               const void *externalData,
@@ -1438,9 +1447,9 @@ TALVO_API int32_t talvo_xml_signature_referencevalidation_ex2(const Signature *s
 TALVO_API int32_t talvo_xml_signature_referencevalidation(const Signature *signature,
                                                           const void *externalData, size_t length,
                                                           uint32_t *error) TALVO_NOEXCEPT;
-/* talvo_xml_signature_verifyref_ex checks one Reference element, of a SignedInfo or of a Manifest, in
- * a signature or not, and declares the Ids of the document's signatures by itself. Codes as for
- * talvo_xml_signature_referencevalidation_ex but 14. */
+/* talvo_xml_signature_verifyref_ex checks one Reference element, of a SignedInfo or of a
+ * Manifest, in a signature or not, and declares the Ids of the document's signatures by itself.
+ * Codes as for talvo_xml_signature_referencevalidation_ex but 14. */
 TALVO_API int32_t talvo_xml_signature_verifyref_ex(XmlNode *referenceElement, uint32_t flags,
                                                    const talvo_ustring *basePath,
                                                    const void *externalData, size_t length,
@@ -1452,12 +1461,13 @@ TALVO_API int32_t talvo_xml_signature_verifyref(XmlNode *referenceElement, const
 
 /* ---- verifying by a policy ----
  *
- * The functions above say whether the arithmetic of signatures holds. Those below answer what whoever
- * acts on a document wants to know: did somebody whom I trust sign what I am about to act on? A policy
- * says what is demanded; docs/policy.md describes each of its members and the names of all reasons.
+ * The functions above say whether the arithmetic of signatures holds. Those below answer what
+ * whoever acts on a document wants to know: did somebody whom I trust sign what I am about to
+ * act on? A policy says what is demanded; docs/policy.md describes each of its members and the
+ * names of all reasons.
  *
- * A policy is filled by one thread; while nobody changes it, several threads may verify by it at once.
- */
+ * A policy is filled by one thread; while nobody changes it, several threads may verify by it at
+ * once. */
 enum {
   TALVO_XML_POLICY_PLAIN = 0, /* the arithmetic alone */
   TALVO_XML_POLICY_STANDARD =
@@ -1501,13 +1511,13 @@ enum {
 typedef int32_t (*talvo_xml_resolver)(void *userData, const talvo_ustring *uri,
                                       talvo_data_blob **octets);
 
-/* talvo_xml_policy_new returns a new policy with the rules of a preset, which trusts nobody yet. NULL
- * for another number. */
+/* talvo_xml_policy_new returns a new policy with the rules of a preset, which trusts nobody yet.
+ * NULL for another number. */
 TALVO_API talvo_xml_policy *talvo_xml_policy_new(uint32_t preset) TALVO_NOEXCEPT;
-/* talvo_xml_policy_fromjson returns a new policy of a JSON object (docs/policy.md). Paths in it start
- * at `folder` (NULL: the current directory). NULL when it is no object, a member is unknown or has a
- * value that it does not take, or a file cannot be used; `problem` (may be NULL) then receives a new
- * string that names the member, or NULL when memory is exhausted. */
+/* talvo_xml_policy_fromjson returns a new policy of a JSON object (docs/policy.md). Paths in it
+ * start at `folder` (NULL: the current directory). NULL when it is no object, a member is
+ * unknown or has a value that it does not take, or a file cannot be used; `problem` (may be
+ * NULL) then receives a new string that names the member, or NULL when memory is exhausted. */
 TALVO_API talvo_xml_policy *talvo_xml_policy_fromjson(const talvo_json *json,
                                                       const talvo_ustring *folder,
                                                       talvo_ustring **problem) TALVO_NOEXCEPT;
@@ -1517,9 +1527,10 @@ TALVO_API talvo_xml_policy *talvo_xml_policy_dup(talvo_xml_policy *policy) TALVO
 TALVO_API void talvo_xml_policy_free(talvo_xml_policy *policy) TALVO_NOEXCEPT;
 /* talvo_xml_policy_getpreset returns the number of the preset; (uint32_t)-1 for NULL. */
 TALVO_API uint32_t talvo_xml_policy_getpreset(const talvo_xml_policy *policy) TALVO_NOEXCEPT;
-/* talvo_xml_policy_setmember sets the member that has this name in JSON, all of them but "preset".
- * Lists of certificates and CRLs are added to; other members are replaced. 1, or 0 with a problem as
- * above; certificates that stood before the one that cannot be used stay added. */
+/* talvo_xml_policy_setmember sets the member that has this name in JSON, all of them but
+ * "preset". Lists of certificates and CRLs are added to; other members are replaced. 1, or 0
+ * with a problem as above; certificates that stood before the one that cannot be used stay
+ * added. */
 TALVO_API int32_t talvo_xml_policy_setmember(talvo_xml_policy *policy, const char *name,
                                              const talvo_json *value, const talvo_ustring *folder,
                                              talvo_ustring **problem) TALVO_NOEXCEPT;
@@ -1531,9 +1542,9 @@ TALVO_API int32_t talvo_xml_policy_addkey(talvo_xml_policy *policy,
                                           TalvoPKIPublicKey *key) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_policy_addcrl(talvo_xml_policy *policy,
                                           const talvo_crl *crl) TALVO_NOEXCEPT;
-/* talvo_xml_policy_addbundle gives the policy everything in a PEM text, or one certificate, CRL or, as
- * a pin, public key in DER. 0 when there is nothing in it or anything in it is not for this role; what
- * stood before that stays added. */
+/* talvo_xml_policy_addbundle gives the policy everything in a PEM text, or one certificate, CRL
+ * or, as a pin, public key in DER. 0 when there is nothing in it or anything in it is not for
+ * this role; what stood before that stays added. */
 TALVO_API int32_t talvo_xml_policy_addbundle(talvo_xml_policy *policy, uint32_t role,
                                              const void *bytes, size_t length) TALVO_NOEXCEPT;
 /* talvo_xml_policy_settime sets the time of verification; NULL for the time of each call. */
@@ -1551,8 +1562,8 @@ TALVO_API int32_t talvo_xml_policy_setdomainparam(talvo_xml_policy *policy,
 TALVO_API int32_t talvo_xml_policy_setresolver(talvo_xml_policy *policy,
                                                talvo_xml_resolver resolver,
                                                void *userData) TALVO_NOEXCEPT;
-/* talvo_xml_policy_addnamespace binds a prefix for the XPath expressions of "cover"; those in scope at
- * the root element are bound anyway. */
+/* talvo_xml_policy_addnamespace binds a prefix for the XPath expressions of "cover"; those in
+ * scope at the root element are bound anyway. */
 TALVO_API int32_t talvo_xml_policy_addnamespace(talvo_xml_policy *policy,
                                                 const talvo_ustring *prefix,
                                                 const talvo_ustring *uri) TALVO_NOEXCEPT;
@@ -1561,14 +1572,16 @@ TALVO_API int32_t talvo_xml_policy_addnamespace(talvo_xml_policy *policy,
 TALVO_API int32_t talvo_xml_policy_keepoctets(talvo_xml_policy *policy,
                                               int32_t keep) TALVO_NOEXCEPT;
 
-/* talvo_xml_signature_verify_policy verifies every signature of a document by a policy. It never stops
- * at the first failure, looks at nothing outside of the document before the signer is trusted, and
- * answers 1 exactly when the verdict is valid. `basePath`, `externalData` and `length` are those of
- * talvo_xml_signature_verify_ex. `report` (may be NULL) receives a new report in both cases, released
- * with talvo_xml_report_free; it borrows from the document, which must outlive it and stay unchanged.
- * 0 with `error`: for an invalid document the code that the plain functions have for the first failure,
- * for a refused one 0; 3 and no report when memory is exhausted, 6 and no report for a missing argument.
- * The document is not changed, but the Ids of its signatures are declared. */
+/* talvo_xml_signature_verify_policy verifies every signature of a document by a policy. It never
+ * stops at the first failure, looks at nothing outside of the document before the signer is
+ * trusted, and answers 1 exactly when the verdict is valid. `basePath`, `externalData` and
+ * `length` are those of talvo_xml_signature_verify_ex. `report` (may be NULL) receives a new
+ * report in both cases, released with talvo_xml_report_free; it borrows from the document, which
+ * must outlive it and stay unchanged.
+ * 0 with `error`: for an invalid document the code that the plain functions have for the first
+ * failure,
+ * for a refused one 0; 3 and no report when memory is exhausted, 6 and no report for a missing
+ * argument. The document is not changed, but the Ids of its signatures are declared. */
 TALVO_API int32_t talvo_xml_signature_verify_policy(XmlDoc *doc, const talvo_xml_policy *policy,
                                                     const talvo_ustring *basePath,
                                                     const void *externalData, size_t length,
@@ -1581,9 +1594,9 @@ TALVO_API void talvo_xml_report_free(talvo_xml_report *report) TALVO_NOEXCEPT;
 TALVO_API int32_t talvo_xml_report_getverdict(const talvo_xml_report *report) TALVO_NOEXCEPT;
 /* talvo_xml_report_geterror returns the code that the verification handed out. */
 TALVO_API uint32_t talvo_xml_report_geterror(const talvo_xml_report *report) TALVO_NOEXCEPT;
-/* Reasons, which are none when the verdict is valid, and warnings: how many; the borrowed stable name
- * of one; a new string with its sentence and its place; the index of the signature that it is about, -1
- * for the document. NULL and -1 for an index out of range. */
+/* Reasons, which are none when the verdict is valid, and warnings: how many; the borrowed stable
+ * name of one; a new string with its sentence and its place; the index of the signature that it
+ * is about, -1 for the document. NULL and -1 for an index out of range. */
 TALVO_API int32_t talvo_xml_report_getreasoncount(const talvo_xml_report *report) TALVO_NOEXCEPT;
 TALVO_API const char *talvo_xml_report_getreasonname(const talvo_xml_report *report,
                                                      int32_t index) TALVO_NOEXCEPT;
@@ -1596,11 +1609,11 @@ TALVO_API const char *talvo_xml_report_getwarningname(const talvo_xml_report *re
                                                       int32_t index) TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_report_getwarningtext(const talvo_xml_report *report,
                                                          int32_t index) TALVO_NOEXCEPT;
-/* Signatures in document order: how many were examined (-1 for NULL); and of one its borrowed element,
- * its path and its Id as new strings, its method (-1: unknown), its verdict, whether its signer is
- * trusted (1 or 0), the source of its key, the certificate of its signer as a new handle, and the path
- * of certificates as it was built, the signer first, as a new list that owns them. NULL, -1 or 0 for
- * what there is not. */
+/* Signatures in document order: how many were examined (-1 for NULL); and of one its borrowed
+ * element, its path and its Id as new strings, its method (-1: unknown), its verdict, whether
+ * its signer is trusted (1 or 0), the source of its key, the certificate of its signer as a new
+ * handle, and the path of certificates as it was built, the signer first, as a new list that
+ * owns them. NULL, -1 or 0 for what there is not. */
 TALVO_API int32_t talvo_xml_report_getsignaturecount(const talvo_xml_report *report) TALVO_NOEXCEPT;
 TALVO_API XmlNode *talvo_xml_report_getsignaturenode(const talvo_xml_report *report,
                                                      int32_t signature) TALVO_NOEXCEPT;
@@ -1620,10 +1633,10 @@ TALVO_API TalvoPKICert *talvo_xml_report_getcertificate(const talvo_xml_report *
                                                         int32_t signature) TALVO_NOEXCEPT;
 TALVO_API talvo_arraylist *talvo_xml_report_getchain(const talvo_xml_report *report,
                                                      int32_t signature) TALVO_NOEXCEPT;
-/* References of a signature, those of a Manifest that was followed right behind the one that leads to
- * it: how many; the URI as a new string (NULL without); a TALVO_XML_REFERENCE_; the expected and the
- * computed digest as new blobs (NULL where there is none); how many octets were digested (-1 when none
- * were); and the octets, when the policy keeps them. */
+/* References of a signature, those of a Manifest that was followed right behind the one that
+ * leads to it: how many; the URI as a new string (NULL without); a TALVO_XML_REFERENCE_; the
+ * expected and the computed digest as new blobs (NULL where there is none); how many octets were
+ * digested (-1 when none were); and the octets, when the policy keeps them. */
 TALVO_API int32_t talvo_xml_report_getreferencecount(const talvo_xml_report *report,
                                                      int32_t signature) TALVO_NOEXCEPT;
 TALVO_API talvo_ustring *talvo_xml_report_getreferenceuri(const talvo_xml_report *report,
@@ -1644,26 +1657,29 @@ TALVO_API int64_t talvo_xml_report_getdigestedlength(const talvo_xml_report *rep
 TALVO_API talvo_data_blob *talvo_xml_report_getdigestedoctets(const talvo_xml_report *report,
                                                               int32_t signature,
                                                               int32_t reference) TALVO_NOEXCEPT;
-/* talvo_xml_report_iscovered returns 1 when a node of the document and everything in it is covered by
- * valid signatures, with the exceptions that the policy's cover "root" makes (docs/policy.md), else 0.
- * Signatures count whose own verdict is valid, whatever that of the document is. */
+/* talvo_xml_report_iscovered returns 1 when a node of the document and everything in it is
+ * covered by valid signatures, with the exceptions that the policy's cover "root" makes
+ * (docs/policy.md), else 0. Signatures count whose own verdict is valid, whatever that of the
+ * document is. */
 TALVO_API int32_t talvo_xml_report_iscovered(const talvo_xml_report *report,
                                              XmlNode *node) TALVO_NOEXCEPT;
-/* The topmost nodes that are not covered, at most 100 of them, as borrowed nodes. They are looked for
- * when the policy asks for the root. */
+/* The topmost nodes that are not covered, at most 100 of them, as borrowed nodes. They are
+ * looked for when the policy asks for the root. */
 TALVO_API int32_t talvo_xml_report_getuncoveredcount(const talvo_xml_report *report) TALVO_NOEXCEPT;
 TALVO_API XmlNode *talvo_xml_report_getuncovered(const talvo_xml_report *report,
                                                  int32_t index) TALVO_NOEXCEPT;
 /* talvo_xml_report_getjson returns the whole report as a new JSON value, or NULL. */
 TALVO_API talvo_json *talvo_xml_report_getjson(const talvo_xml_report *report) TALVO_NOEXCEPT;
-/* talvo_xml_report_gethtml returns the report as one self-contained page, for a person: the verdict,
- * the signers, and the document with what is signed and what is not told apart. `title` names the
- * document (may be NULL). A new string of HTML in which nothing of the document is markup, or NULL. */
+/* talvo_xml_report_gethtml returns the report as one self-contained page, for a person: the
+ * verdict, the signers, and the document with what is signed and what is not told apart. `title`
+ * names the document (may be NULL). A new string of HTML in which nothing of the document is
+ * markup, or NULL. */
 TALVO_API talvo_ustring *talvo_xml_report_gethtml(const talvo_xml_report *report,
                                                   const talvo_ustring *title) TALVO_NOEXCEPT;
 
-/* talvo_xml_errortext returns the borrowed sentence for a code of an error word, or NULL for one that
- * the family does not have. `family` is 1 for signing and properties, 2 for verifying and references. */
+/* talvo_xml_errortext returns the borrowed sentence for a code of an error word, or NULL for one
+ * that the family does not have. `family` is 1 for signing and properties, 2 for verifying and
+ * references. */
 TALVO_API const char *talvo_xml_errortext(uint32_t family, uint32_t code) TALVO_NOEXCEPT;
 
 /* ---- canonicalisation and URIs ----
@@ -1681,18 +1697,20 @@ TALVO_API const char *talvo_xml_errortext(uint32_t family, uint32_t code) TALVO_
  *                          current directory. The base counts as a folder, its last part included.
  *                          "." and ".." are folded, and "%" escapes are decoded, in the base too.
  *
- * Anything else is refused: other schemes, absolute paths, a "#" behind the last "/", and a URI or
- * base over 64 kB. Only regular files are read, and none that yields more than its size says. A relative reference may climb out of the base with "..": whoever verifies
- * documents of strangers lets them name any file that the process may read, and learn no more than
- * whether its digest is the expected one.
+ * Anything else is refused: other schemes, absolute paths, a "#" behind the last "/", and a URI
+ * or base over 64 kB. Only regular files are read, and none that yields more than its size says.
+ * A relative reference may climb out of the base with "..": whoever verifies documents of
+ * strangers lets them name any file that the process may read, and learn no more than whether
+ * its digest is the expected one.
  *
  * Canonicalisation fails, as the standard has it, for a document with a relative namespace URI,
- * wherever in it that stands, and for entity references that were not replaced. Its cost grows with
- * the document and what is written, not with depth or the namespaces in scope. It departs from the
- * standards in a few cases, in which many signatures were made this way: the URI of a namespace is
- * written without escapes ("&" stands as it is), C14N 1.1 leaves out xml:base="", and XPath filters
- * that drop single attributes or namespaces see to it that xml:lang, xml:space and xml:base (with
- * C14N 1.1) and the namespaces of attributes (exclusive) are written all the same. */
+ * wherever in it that stands, and for entity references that were not replaced. Its cost grows
+ * with the document and what is written, not with depth or the namespaces in scope. It departs
+ * from the standards in a few cases, in which many signatures were made this way: the URI of a
+ * namespace is written without escapes ("&" stands as it is), C14N 1.1 leaves out xml:base="",
+ * and XPath filters that drop single attributes or namespaces see to it that xml:lang, xml:space
+ * and xml:base (with C14N 1.1) and the namespaces of attributes (exclusive) are written all the
+ * same. */
 
 /* talvo_xml_c14nnode returns a new blob with the canonical octets of the node's subtree, in the
  * context of its document: namespaces in scope and, for the inclusive methods, inherited xml:

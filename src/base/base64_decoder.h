@@ -1,6 +1,6 @@
-// Decoding Base64 (RFC 4648) in pieces: the state between two of them is at most three digits. It goes
-// four characters a step through tables that hold each digit already shifted to its place; a step that
-// meets anything but digits is done again character by character.
+// Decoding Base64 (RFC 4648) in pieces: the state between two of them is at most three digits. It
+// goes four characters a step through tables that hold each digit already shifted to its place; a
+// step that meets anything but digits is done again character by character.
 #pragma once
 
 #include <array>

@@ -1,5 +1,5 @@
-// The commands of the program. Each `add...` hangs one onto the command line; when it was chosen and
-// has run, its exit status stands in `status`.
+// The commands of the program. Each `add...` hangs one onto the command line; when it was chosen
+// and has run, its exit status stands in `status`.
 #pragma once
 
 #include <memory>

@@ -1,5 +1,5 @@
-// The shape of the commands that add something to a signature: read a document, choose the signature,
-// change it, write the document. The commands differ in the step between.
+// The shape of the commands that add something to a signature: read a document, choose the
+// signature, change it, write the document. The commands differ in the step between.
 #pragma once
 
 #include <string>

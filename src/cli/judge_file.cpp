@@ -255,7 +255,8 @@ bool hasDoctype(OctetView octets) {
   }
 }
 
-// A document type that the parser did not survive without loading something is refused all the same.
+// A document type that the parser did not survive without loading something is refused all the
+// same.
 FileVerdict refuseDoctype(const std::string &path, const VerifySetting &setting) {
   const std::string text = "the document has a document type, which may change what it says";
   FileVerdict verdict{ExitStatus::refused, "", ""};

@@ -19,8 +19,8 @@ struct Placement {
 
 Result<Placement> place(const SignOptions &options);
 
-// No reference of a new signature may lead to the network: neither by its own URI nor by an xml:base
-// around it.
+// No reference of a new signature may lead to the network: neither by its own URI nor by an
+// xml:base around it.
 Check refuseNetwork(const std::vector<std::string> &uris, const Placement &placement);
 
 }  // namespace talvo::cli

@@ -36,7 +36,8 @@ using Check = std::optional<Failure>;
 template <class T>
 class Result {
  public:
-  // Implicit on purpose: `return value;` and `return badInput("...");` are both the whole statement.
+  // Implicit on purpose: `return value;` and `return badInput("...");` are both the whole
+  // statement.
   // NOLINTNEXTLINE(google-explicit-constructor)
   Result(T value) : state_(std::in_place_index<0>, std::move(value)) {}
   // NOLINTNEXTLINE(google-explicit-constructor)

@@ -10,8 +10,8 @@
 
 namespace talvo::crypto {
 
-// What a key is good for. `ec` and `sm2` are one key type to callers, yet neither can do the other's
-// work; an `rsaPss` key is bound to RSA-PSS, which plain RSA keys do too.
+// What a key is good for. `ec` and `sm2` are one key type to callers, yet neither can do the
+// other's work; an `rsaPss` key is bound to RSA-PSS, which plain RSA keys do too.
 enum class KeyFamily { other, rsa, rsaPss, dsa, ec, sm2, ed25519, ed448 };
 
 struct HashAlgorithm {

@@ -1,6 +1,6 @@
 // One CRL against one certificate. A CRL counts when the issuer of the certificate signed it, may
-// sign CRLs, and it is not past its date; one that is about a part of the certificates only counts for
-// those.
+// sign CRLs, and it is not past its date; one that is about a part of the certificates only counts
+// for those.
 #include <openssl/x509v3.h>
 
 #include "crypto/trust.h"

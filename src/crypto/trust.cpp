@@ -1,6 +1,6 @@
-// Paths are built and checked by OpenSSL; what it would say about dates is collected instead of ending
-// the look, and revocation is judged by hand, because OpenSSL's own flags ask for a CRL of every
-// certificate or of none.
+// Paths are built and checked by OpenSSL; what it would say about dates is collected instead of
+// ending the look, and revocation is judged by hand, because OpenSSL's own flags ask for a CRL of
+// every certificate or of none.
 #include "crypto/trust.h"
 
 #include <openssl/x509v3.h>

@@ -26,7 +26,8 @@ struct TrustRules {
   bool pinIgnoresDates = false;
 };
 
-// Whether an extended key usage holds nothing but time-stamping and OCSP signing, or cannot be read.
+// Whether an extended key usage holds nothing but time-stamping and OCSP signing, or cannot be
+// read.
 bool isForServicesOnly(const X509 *x509) noexcept;
 // Whether key, and signature, of a certificate are as strong as the rules ask.
 bool isStrongKey(X509 *x509, const TrustRules &rules) noexcept;

@@ -5,7 +5,8 @@
 
 namespace talvo::crypto {
 
-// An extended key usage that holds nothing but these two is meant for something else than documents.
+// An extended key usage that holds nothing but these two is meant for something else than
+// documents.
 bool isForServicesOnly(const X509 *x509) noexcept {
   int critical = -1;
   const Handle<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free> usages(

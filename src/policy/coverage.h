@@ -1,6 +1,6 @@
-// Which nodes of a document are signed. A walk keeps count of the selections that it is inside of, so
-// that a subtree without any border of a selection in it is answered for as a whole; only where a
-// filter selects are nodes asked for one by one.
+// Which nodes of a document are signed. A walk keeps count of the selections that it is inside of,
+// so that a subtree without any border of a selection in it is answered for as a whole; only where
+// a filter selects are nodes asked for one by one.
 #pragma once
 
 #include <unordered_map>

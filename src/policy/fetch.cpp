@@ -1,5 +1,5 @@
-// Files are taken by the place that they really are at: links and escapes are followed first, and what
-// they lead to has to lie in the base folder.
+// Files are taken by the place that they really are at: links and escapes are followed first, and
+// what they lead to has to lie in the base folder.
 #include "policy/fetch.h"
 
 #include <array>

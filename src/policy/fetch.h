@@ -1,5 +1,5 @@
-// What a reference outside of its document names, within what the policy allows: a callback's answer,
-// a file, the network.
+// What a reference outside of its document names, within what the policy allows: a callback's
+// answer, a file, the network.
 #pragma once
 
 #include "policy/run.h"

@@ -1,5 +1,5 @@
-// Texts and vectors on the talvo allocator, for what a caller can hold: its live blocks are counted,
-// and tests make its allocations fail.
+// Texts and vectors on the talvo allocator, for what a caller can hold: its live blocks are
+// counted, and tests make its allocations fail.
 #pragma once
 
 #include <new>

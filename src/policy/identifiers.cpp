@@ -1,5 +1,5 @@
-// Identifiers that stand twice. What a reference to one of them digests is then a matter of who looks:
-// the verifier may find one element, and the program that acts on the document another.
+// Identifiers that stand twice. What a reference to one of them digests is then a matter of who
+// looks: the verifier may find one element, and the program that acts on the document another.
 #include <algorithm>
 #include <string>
 #include <string_view>

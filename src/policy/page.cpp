@@ -1,4 +1,5 @@
-// One self-contained page: no script, nothing from elsewhere, and a policy for the browser that says so.
+// One self-contained page: no script, nothing from elsewhere, and a policy for the browser that
+// says so.
 #include "policy/page.h"
 
 #include "base/boundary.h"

@@ -1,5 +1,5 @@
-// The document as source text in runs: whenever signed and unsigned change, one run ends and the next
-// begins, so that marks never nest. Each ds:Signature is folded.
+// The document as source text in runs: whenever signed and unsigned change, one run ends and the
+// next begins, so that marks never nest. Each ds:Signature is folded.
 #include <vector>
 
 #include "base/utf8.h"

@@ -1,5 +1,5 @@
-// The paths of nodes as a person writes them: prefixed names, with a position where siblings share a
-// name.
+// The paths of nodes as a person writes them: prefixed names, with a position where siblings share
+// a name.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// What a verifier demands. A policy is filled, then only asked; one row of the table of members says
-// how each of them is read from JSON.
+// What a verifier demands. A policy is filled, then only asked; one row of the table of members
+// says how each of them is read from JSON.
 #pragma once
 
 #include <bitset>
@@ -111,7 +111,8 @@ const char *presetName(uint32_t preset) noexcept;
 bool isBroken(std::string_view algorithmName) noexcept;
 bool isSha1(std::string_view algorithmName) noexcept;
 
-// Reads one member. False with a problem in words that names it. May throw when memory is exhausted.
+// Reads one member. False with a problem in words that names it. May throw when memory is
+// exhausted.
 bool readMember(TalvoXmlPolicy &policy, std::string_view name, const talvo_json *value,
                 std::string_view folder, std::string *problem);
 // A date (its first second, UTC), or a date and time with zone; a new time, or null.

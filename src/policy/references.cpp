@@ -1,5 +1,6 @@
-// The references of a signature: what the policy says about each, its digest, and what its selection
-// covers. A Manifest that is followed puts its references behind the one that leads to it.
+// The references of a signature: what the policy says about each, its digest, and what its
+// selection covers. A Manifest that is followed puts its references behind the one that leads to
+// it.
 #include <algorithm>
 #include <unordered_set>
 

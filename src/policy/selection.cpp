@@ -1,6 +1,6 @@
-// Transforms that work on node sets only append a rule each, so running them again costs nothing. The
-// first step that makes octets ends the node set; behind it only a step that keeps all of the text may
-// come.
+// Transforms that work on node sets only append a rule each, so running them again costs nothing.
+// The first step that makes octets ends the node set; behind it only a step that keeps all of the
+// text may come.
 #include "policy/selection.h"
 
 #include "base/list.h"

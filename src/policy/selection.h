@@ -18,8 +18,9 @@ struct Selection {
   Owned<XPathBudget> budget;  // what the filter draws on
 };
 
-// Of a reference into its own document, whose digest holds. False when what it covers cannot be told:
-// it then covers nothing. May throw when memory is exhausted. `operations` is the budget of its XPath filters.
+// Of a reference into its own document, whose digest holds. False when what it covers cannot be
+// told: it then covers nothing. May throw when memory is exhausted. `operations` is the budget of
+// its XPath filters.
 bool selectionOf(const Reference &reference, const Reach &reach, uint64_t operations,
                  Selection *selection);
 

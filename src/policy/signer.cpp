@@ -1,6 +1,6 @@
-// The signature value, the key that it verifies with, and whose key that is. The value is computed by
-// the plain code; which certificate speaks for the key, and whether anybody believes it, is judged
-// here.
+// The signature value, the key that it verifies with, and whose key that is. The value is computed
+// by the plain code; which certificate speaks for the key, and whether anybody believes it, is
+// judged here.
 #include <algorithm>
 
 #include "base/list.h"

@@ -1,6 +1,6 @@
-// The order of the look: everything is decoded, then what costs nothing is judged, then keys and trust,
-// then references, then what is covered. Acceptance is earned: the verdict starts as invalid and becomes
-// valid only when every step was done and none of them noted anything.
+// The order of the look: everything is decoded, then what costs nothing is judged, then keys and
+// trust, then references, then what is covered. Acceptance is earned: the verdict starts as invalid
+// and becomes valid only when every step was done and none of them noted anything.
 #include <algorithm>
 
 #include "base/boundary.h"

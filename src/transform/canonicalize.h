@@ -1,5 +1,5 @@
-// Canonical XML of node sets. The octets go to a sink piece by piece as they arise: whoever digests or
-// signs them never holds them all.
+// Canonical XML of node sets. The octets go to a sink piece by piece as they arise: whoever digests
+// or signs them never holds them all.
 #pragma once
 
 #include <string>
@@ -29,7 +29,8 @@ class OctetCollector final : public OctetSink {
 constexpr int32_t kDefaultC14n = TALVO_C14N_10;
 
 // The three functions take every method but the minimal one; prefixes count for the exclusive ones
-// only and may be null. A canonicalisation can fail after octets were written: then they mean nothing.
+// only and may be null. A canonicalisation can fail after octets were written: then they mean
+// nothing.
 bool canonicalizeInto(OctetSink &sink, NodeSet *nodes, int32_t method, char **prefixes) noexcept;
 // Comments are part of it when the method writes them. A document node stands for the whole
 // document; an element that is not linked into its document fails.

@@ -1,6 +1,6 @@
 // A node set is a chain of selection rules over one document, never a list of nodes. The first rule
-// says what is selected, each further one narrows it. A rule points at the one before it and holds a
-// reference on it; the last one stands for the chain.
+// says what is selected, each further one narrows it. A rule points at the one before it and holds
+// a reference on it; the last one stands for the chain.
 #pragma once
 
 #include <vector>
@@ -14,8 +14,8 @@
 
 namespace talvo {
 
-// Whether a node is a Signature element as XPath tests names: its own namespace counts, not a default
-// one that is only in scope.
+// Whether a node is a Signature element as XPath tests names: its own namespace counts, not a
+// default one that is only in scope.
 bool hasSignatureName(const xmlNode *node) noexcept;
 
 class XPathFilter;

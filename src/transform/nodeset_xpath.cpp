@@ -210,8 +210,8 @@ bool XPathFilter::evaluate(xmlNode *node) noexcept {
   return answer == 1;  // -1 for an evaluation that failed
 }
 
-// What is left of a budget limits each evaluation, so that one that never ends is stopped too. A filter
-// that ran out has failed: what it selects is not known.
+// What is left of a budget limits each evaluation, so that one that never ends is stopped too. A
+// filter that ran out has failed: what it selects is not known.
 bool XPathFilter::evaluateWithin(XPathBudget &budget, xmlNode *node) noexcept {
   if (budget.left == 0 || budget.isExhausted) {
     budget.isExhausted = hasFailed_ = true;

@@ -1,5 +1,6 @@
-// What a chain of rules selects, put so that as few nodes as possible need be asked about: a subtree,
-// less some subtrees, and only for the rest of the rules a question for each node that is left.
+// What a chain of rules selects, put so that as few nodes as possible need be asked about: a
+// subtree, less some subtrees, and only for the rest of the rules a question for each node that is
+// left.
 #pragma once
 
 #include <vector>

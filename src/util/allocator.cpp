@@ -38,8 +38,8 @@ constexpr uint32_t kShards = 16;
 std::array<Counters, kShards> g_counters;
 std::atomic<uint32_t> g_nextShard{0};
 
-// The initial-exec model spares a function call for each access; the loader sets a little room aside
-// for such variables of libraries that are loaded late.
+// The initial-exec model spares a function call for each access; the loader sets a little room
+// aside for such variables of libraries that are loaded late.
 __attribute__((tls_model("initial-exec"))) constinit thread_local Counters *t_counters = nullptr;
 
 // By thread, so that whoever compares it before and behind sees only what was refused to himself.

@@ -1,4 +1,5 @@
-// Making nodes: for callers, who get them registered, and for generators, who get them as OwnedNode.
+// Making nodes: for callers, who get them registered, and for generators, who get them as
+// OwnedNode.
 #include "base/utf8.h"
 #include "xml/document.h"
 #include "xml/edit.h"
@@ -33,8 +34,8 @@ OwnedNode whole(const MemoryWatch &watch, xmlNode *made) noexcept {
   return watch.exhausted() ? nullptr : std::move(node);
 }
 
-// libxml2 declares an attribute that is an ID by its name, but not where another one had the value that is
-// not in the document any more. False when memory is exhausted.
+// libxml2 declares an attribute that is an ID by its name, but not where another one had the value
+// that is not in the document any more. False when memory is exhausted.
 bool isKnownIfId(xmlAttr *attribute) noexcept {
   if (attribute->doc == nullptr || isId(asNode(attribute)) ||
       xmlIsID(attribute->doc, attribute->parent, attribute) != 1) {

@@ -1,5 +1,5 @@
-// Three passes: note the declarations that go with the tree, copy the others, bind the nodes. Only the last
-// pass changes nodes, and it cannot fail.
+// Three passes: note the declarations that go with the tree, copy the others, bind the nodes. Only
+// the last pass changes nodes, and it cannot fail.
 #include "xml/carried_namespaces.h"
 
 #include <unordered_map>

@@ -1,4 +1,5 @@
-// The state lies at `_private`, which libxml2 leaves to the application and does not copy with a document.
+// The state lies at `_private`, which libxml2 leaves to the application and does not copy with a
+// document.
 #include "xml/document.h"
 
 #include <cassert>

@@ -1,6 +1,7 @@
-// What the library knows of a document beside its nodes. It is kept in the document and goes with it, so
-// that work on one document never notices another, whatever thread that is in: neither in its results nor
-// in its speed. Of the document's nodes nothing is kept that an edit could make wrong.
+// What the library knows of a document beside its nodes. It is kept in the document and goes with
+// it, so that work on one document never notices another, whatever thread that is in: neither in
+// its results nor in its speed. Of the document's nodes nothing is kept that an edit could make
+// wrong.
 #pragma once
 
 #include <array>
@@ -25,8 +26,8 @@ class DocumentState {
   // The flags that the document was parsed with; 0 for one that was built.
   uint32_t parseFlags() const noexcept { return parseFlags_; }
 
-  // How often elements, attributes or namespace declarations came, went or changed. Texts, comments and
-  // processing instructions do not count: no finding depends on them, and signing adds texts.
+  // How often elements, attributes or namespace declarations came, went or changed. Texts, comments
+  // and processing instructions do not count: no finding depends on them, and signing adds texts.
   uint64_t edits() const noexcept { return edits_; }
   void noteEdit() noexcept { ++edits_; }
 

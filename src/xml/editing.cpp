@@ -1,5 +1,5 @@
-// The public functions that link, detach, change and free nodes. They keep the registry true: what a
-// tree takes in leaves it, what is left without parent enters it.
+// The public functions that link, detach, change and free nodes. They keep the registry true: what
+// a tree takes in leaves it, what is left without parent enters it.
 #include <charconv>
 
 #include "base/utf8.h"
@@ -140,8 +140,8 @@ void replaceChildren(xmlNode *parent, OwnedNode nodes) noexcept {
   }
 }
 
-// An ID keeps its place in the table under its new value, unless that is taken or empty. False when memory
-// is exhausted.
+// An ID keeps its place in the table under its new value, unless that is taken or empty. False when
+// memory is exhausted.
 bool renameId(xmlAttr *attribute, xmlNode *nodes) noexcept {
   const XmlChars value(xmlNodeListGetString(attribute->doc, nodes, 1));
   if ((nodes != nullptr && !value) ||

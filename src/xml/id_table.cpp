@@ -1,6 +1,6 @@
 // The search through a table looks for attributes that are no longer marked as an ID. It chains the
-// entries it finds through their unused `next` pointer, because a table may not be changed while it is
-// scanned, and because freeing must not need memory.
+// entries it finds through their unused `next` pointer, because a table may not be changed while it
+// is scanned, and because freeing must not need memory.
 #include "xml/id_table.h"
 
 #include <libxml/dict.h>
@@ -10,8 +10,8 @@
 
 namespace talvo {
 
-// What a search through a table takes out: the entries of one attribute but for one value, or, without an
-// attribute, those of all attributes that are no ID any more.
+// What a search through a table takes out: the entries of one attribute but for one value, or,
+// without an attribute, those of all attributes that are no ID any more.
 struct IdSweep {
   const xmlAttr *attribute = nullptr;
   const xmlChar *keep = nullptr;
@@ -75,8 +75,8 @@ bool holdsId(const xmlAttr *attribute, const xmlChar *value) noexcept {
   return id != nullptr && id->attr == attribute;
 }
 
-// The value of an attribute under which alone it can stand in a table; null when there may be others:
-// the parser enters a value without its surplus blanks, a caller enters it as it stands.
+// The value of an attribute under which alone it can stand in a table; null when there may be
+// others: the parser enters a value without its surplus blanks, a caller enters it as it stands.
 const xmlChar *onlyValue(const xmlAttr *attribute) noexcept {
   const xmlNode *text = attribute->children;
   if (text == nullptr || text->next != nullptr || text->type != XML_TEXT_NODE ||

@@ -1,7 +1,8 @@
 // The table in which a document looks up its IDs. Its entries point at attributes and are found by
-// value in libxml2, which misses them when the value has changed or was normalised. Here an attribute
-// that goes to another document or dies takes its entries along whatever value they have; one that is only
-// taken out keeps them, for it may come back, until the value is wanted for another.
+// value in libxml2, which misses them when the value has changed or was normalised. Here an
+// attribute that goes to another document or dies takes its entries along whatever value they have;
+// one that is only taken out keeps them, for it may come back, until the value is wanted for
+// another.
 #pragma once
 
 #include "xml/id_attribute.h"
@@ -20,11 +21,11 @@ inline void unmarkId(xmlNode *attribute) noexcept {
 // The attribute that the table names, in the document or not; null for none.
 xmlAttr *holderOfId(xmlDoc *doc, const xmlChar *value) noexcept;
 
-// Makes the attribute an ID of its document under the value. An attribute in the document that holds the
-// value keeps it; one that is not reached from there gives way.
+// Makes the attribute an ID of its document under the value. An attribute in the document that
+// holds the value keeps it; one that is not reached from there gives way.
 IdDeclaration enterId(xmlAttr *attribute, const xmlChar *value) noexcept;
-// Takes the attribute out of the table but for one value, which it may hold or not; null for none. To be
-// called while it has the value that it was entered under.
+// Takes the attribute out of the table but for one value, which it may hold or not; null for none.
+// To be called while it has the value that it was entered under.
 void keepOnlyId(xmlAttr *attribute, const xmlChar *value) noexcept;
 
 // Takes attributes, of any documents, out of their tables. Nearly always an entry stands under the

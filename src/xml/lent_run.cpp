@@ -1,5 +1,6 @@
-// A run is a node and everything behind it, so inside a parent it was always the end of the children:
-// appending puts it back exactly. Declarations that a move adds stand behind those that were there.
+// A run is a node and everything behind it, so inside a parent it was always the end of the
+// children: appending puts it back exactly. Declarations that a move adds stand behind those that
+// were there.
 #include "xml/lent_run.h"
 
 #include <utility>

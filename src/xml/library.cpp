@@ -1,5 +1,5 @@
-// Start-up and shut-down. libxml2 keeps some of its settings for each thread: the xmlThrDef functions
-// give them to threads that start later, the others to the calling one.
+// Start-up and shut-down. libxml2 keeps some of its settings for each thread: the xmlThrDef
+// functions give them to threads that start later, the others to the calling one.
 #include <libxml/globals.h>
 
 #include "talvo_xml.h"

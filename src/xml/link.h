@@ -1,5 +1,5 @@
-// Putting nodes at a place, at the level of libxml2's structures: where a node may stand, and the one
-// function through which every node is linked.
+// Putting nodes at a place, at the level of libxml2's structures: where a node may stand, and the
+// one function through which every node is linked.
 #pragma once
 
 #include "xml/tree.h"
@@ -17,13 +17,13 @@ bool fits(const Place &place, const xmlNode *node) noexcept;
 bool liesWithin(const Place &place, const xmlNode *node) noexcept;
 bool liesWithinRun(const Place &place, const xmlNode *first) noexcept;
 
-// A node alone; it and all siblings behind it; it and the siblings behind it that navigation reaches, which
-// takes a run of texts for one and stops at an entity reference.
+// A node alone; it and all siblings behind it; it and the siblings behind it that navigation
+// reaches, which takes a run of texts for one and stops at an entity reference.
 enum class Extent { node, run, reachable };
 
-// Moves nodes, in order, to a place that fits and does not lie within. The last node moved, or null with
-// nothing changed. Below a parent the nodes are no registry
-// entries any more; in a run without parent they are tracked as the neighbour is.
+// Moves nodes, in order, to a place that fits and does not lie within. The last node moved, or null
+// with nothing changed. Below a parent the nodes are no registry entries any more; in a run without
+// parent they are tracked as the neighbour is.
 //
 // An attribute replaces one of the same name that its new element has.
 xmlNode *linkNodes(const Place &place, xmlNode *first, Extent extent) noexcept;

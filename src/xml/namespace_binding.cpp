@@ -1,5 +1,5 @@
-// A declaration is found by looking at declarations alone. libxml2's own search also answers with what an
-// ancestor is bound to, which may be declared in another document.
+// A declaration is found by looking at declarations alone. libxml2's own search also answers with
+// what an ancestor is bound to, which may be declared in another document.
 #include "xml/namespace_binding.h"
 
 #include <cassert>

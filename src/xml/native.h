@@ -1,6 +1,6 @@
-// libxml2 as the library sees it: the casts between handles and libxml2's structures, owning handles
-// for its objects, and the watch over its exhausted memory. An XmlNode is an xmlNode, an xmlAttr, an
-// xmlNs or an xmlDoc in disguise: all four carry their kind at the same place.
+// libxml2 as the library sees it: the casts between handles and libxml2's structures, owning
+// handles for its objects, and the watch over its exhausted memory. An XmlNode is an xmlNode, an
+// xmlAttr, an xmlNs or an xmlDoc in disguise: all four carry their kind at the same place.
 #pragma once
 
 #include <string_view>
@@ -81,8 +81,9 @@ using XPathExpression = Handle<xmlXPathCompExpr, xmlXPathFreeCompExpr>;
 extern "C" void noteLibxmlError(void *watch, xmlError *error) noexcept;
 
 // Notices, for one scope and one thread, that libxml2 ran out of memory. It is needed because
-// libxml2 can answer success all the same, with a document that lacks parts; and because a text that
-// reaches its limit of 10,000,000 bytes piece by piece is cut there and reported in this way only.
+// libxml2 can answer success all the same, with a document that lacks parts; and because a text
+// that reaches its limit of 10,000,000 bytes piece by piece is cut there and reported in this way
+// only.
 class MemoryWatch {
  public:
   MemoryWatch() noexcept

@@ -1,5 +1,5 @@
-// Questions about nodes that cost no allocation: the decoders ask them once or more for each element
-// of a signature, so they compare libxml2's bytes with the strings in place.
+// Questions about nodes that cost no allocation: the decoders ask them once or more for each
+// element of a signature, so they compare libxml2's bytes with the strings in place.
 #pragma once
 
 #include <span>
@@ -52,9 +52,9 @@ struct PrefixBinding {
   const char *prefix;
   const char *uri;
 };
-// What an XPath expression selects, in document order and without namespace nodes; the bindings come
-// before the prefixes in scope at the node. Null when it is no expression for nodes, or memory is
-// exhausted.
+// What an XPath expression selects, in document order and without namespace nodes; the bindings
+// come before the prefixes in scope at the node. Null when it is no expression for nodes, or memory
+// is exhausted.
 List selectXPath(XmlNode *node, const char *expression,
                  std::span<const PrefixBinding> bindings) noexcept;
 

@@ -1,5 +1,5 @@
-// An ordered array and an open hash index over it. An entry that leaves makes a gap; when the places
-// run out the gaps are closed, at least `capacity` additions after the last time.
+// An ordered array and an open hash index over it. An entry that leaves makes a gap; when the
+// places run out the gaps are closed, at least `capacity` additions after the last time.
 #include "xml/node_table.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-// The nodes that no document owns, in the order in which they came: an array with gaps where entries
-// left, and a hash index from node to place. Adding, finding and removing take constant time, however
-// many nodes are tracked.
+// The nodes that no document owns, in the order in which they came: an array with gaps where
+// entries left, and a hash index from node to place. Adding, finding and removing take constant
+// time, however many nodes are tracked.
 #pragma once
 
 #include <cstdint>
@@ -34,8 +34,8 @@ class NodeTable {
  public:
   static constexpr int32_t kFirstCapacity = 512;
 
-  // Makes room for more entries; the capacity doubles when it is reached. False, and nothing changed,
-  // when memory is exhausted. Pointers to entries are void afterwards.
+  // Makes room for more entries; the capacity doubles when it is reached. False, and nothing
+  // changed, when memory is exhausted. Pointers to entries are void afterwards.
   bool reserve(int32_t more = 1) noexcept;
   TrackedNode *find(const XmlNode *node) const noexcept;
   // Needs room, and a node that is not here yet.

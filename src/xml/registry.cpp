@@ -1,5 +1,5 @@
-// The registry's operations, each under the lock. Shut-down works in two passes, since freeing a node
-// reads its document.
+// The registry's operations, each under the lock. Shut-down works in two passes, since freeing a
+// node reads its document.
 #include "xml/registry.h"
 
 #include "xml/document.h"
@@ -15,8 +15,9 @@ namespace {
 
 constexpr char kSource[] = "TALVO_XML";
 
-// Adds an entry to what is counted, or takes it out. Documents count the entries that point at them, so
-// that freeing one looks for them only when there are any, and know of those that lie in other trees.
+// Adds an entry to what is counted, or takes it out. Documents count the entries that point at
+// them, so that freeing one looks for them only when there are any, and know of those that lie in
+// other trees.
 void count(const TrackedNode &entry, int32_t more) noexcept {
   if (TrackedNode *origin = g_nodeList->table.find(entry.origin); origin != nullptr) {
     origin->dependents += static_cast<uint32_t>(more);

@@ -3,8 +3,8 @@
 // detached ones, which nobody may free before shut-down, and knows of every entry which document it
 // still points at: that document cannot go without letting go of them.
 //
-// A node inside a tree is no entry, unless its document pointer names a document that it does not lie
-// in. A node without parent is one, unless an OwnedNode holds it.
+// A node inside a tree is no entry, unless its document pointer names a document that it does not
+// lie in. A node without parent is one, unless an OwnedNode holds it.
 #pragma once
 
 #include "xml/carried_namespaces.h"
@@ -46,8 +46,8 @@ bool reserveTracking(int32_t count) noexcept;
 bool track(XmlNode *node, Tracking tracking, XmlDoc *origin) noexcept;
 // Frees the namespaces that the node carried, too.
 void untrack(const XmlNode *node) noexcept;
-// Lets the node carry namespaces, and those that it carries already, until it is untracked. One that
-// is no entry becomes one that an OwnedNode holds.
+// Lets the node carry namespaces, and those that it carries already, until it is untracked. One
+// that is no entry becomes one that an OwnedNode holds.
 bool carry(XmlNode *node, CarriedNamespaces carried) noexcept;
 // The first of what it carries; null for none.
 xmlNs *carriedNamespaces(const XmlNode *node) noexcept;

@@ -1,5 +1,5 @@
-// Writing documents and elements. Files are written from a buffer: libxml2's own file output decodes
-// percent signs in the name, takes "-" for standard output and calls a full disk a success.
+// Writing documents and elements. Files are written from a buffer: libxml2's own file output
+// decodes percent signs in the name, takes "-" for standard output and calls a full disk a success.
 #include <cstdio>
 
 #include "talvo_xml.h"

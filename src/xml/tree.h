@@ -1,16 +1,17 @@
-// Moving and freeing nodes at the level of libxml2's structures. A parsed document keeps short texts
-// and names in a dictionary of its own, and its IDs in a table that points at attributes; libxml2
-// leaves both behind when a node goes elsewhere. Every node that changes its document passes through
-// copyStrings and finishMove, which take them along, and every node that dies passes through freeTree,
-// which takes its IDs out of the table first.
+// Moving and freeing nodes at the level of libxml2's structures. A parsed document keeps short
+// texts and names in a dictionary of its own, and its IDs in a table that points at attributes;
+// libxml2 leaves both behind when a node goes elsewhere. Every node that changes its document
+// passes through copyStrings and finishMove, which take them along, and every node that dies passes
+// through freeTree, which takes its IDs out of the table first.
 #pragma once
 
 #include "xml/native.h"
 
 namespace talvo {
 
-// To be called by whatever changes the structure, the names or the attributes at a node, while it stands
-// where that shows: before it leaves a document, after it came into one. See DocumentState::edits.
+// To be called by whatever changes the structure, the names or the attributes at a node, while it
+// stands where that shows: before it leaves a document, after it came into one. See
+// DocumentState::edits.
 void noteEdit(const xmlNode *node) noexcept;
 
 // The node after `node` in document order within the tree of `top`; null at the end. What an entity
@@ -69,11 +70,11 @@ void splice(xmlNode *node, const Place &place) noexcept;
 
 // What can fail of a move to another document: strings are copied out of the old dictionary.
 bool copyStrings(xmlNode *top, xmlDoc *to) noexcept;
-// What cannot fail, after it: document pointers are set, and IDs leave the tables of other documents.
-// An entity reference forgets the entity of the old document.
+// What cannot fail, after it: document pointers are set, and IDs leave the tables of other
+// documents. An entity reference forgets the entity of the old document.
 void finishMove(xmlNode *top, xmlDoc *to) noexcept;
-// Before a node loses its parent without getting another: see carried_namespaces.h. False when memory
-// is exhausted.
+// Before a node loses its parent without getting another: see carried_namespaces.h. False when
+// memory is exhausted.
 bool prepareToDetach(xmlNode *node) noexcept;
 
 // Frees a tree wherever it stands, its IDs and registry entries first. Not for documents.

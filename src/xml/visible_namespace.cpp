@@ -42,7 +42,8 @@ xmlNs *meaningAt(const xmlNode *element, const xmlChar *prefix) noexcept {
   return nullptr;
 }
 
-// A declaration of the same URI that is in reach, for an attribute one with a prefix; null for none.
+// A declaration of the same URI that is in reach, for an attribute one with a prefix; null for
+// none.
 xmlNs *inReach(const xmlNode *element, const xmlNs &wanted, bool needsPrefix) noexcept {
   for (const xmlNode *at = element; at != nullptr && at->type == XML_ELEMENT_NODE;
        at = at->parent) {

@@ -1,5 +1,5 @@
-// Evaluating XPath expressions. libxml2's axes take for granted that every way upwards ends at the document
-// of the context, and die where it does not.
+// Evaluating XPath expressions. libxml2's axes take for granted that every way upwards ends at the
+// document of the context, and die where it does not.
 #include <algorithm>
 #include <span>
 #include <utility>
@@ -41,8 +41,8 @@ class LentParent {
   xmlNode *first_ = nullptr;
 };
 
-// Where an expression is evaluated: for a scope, an attribute without element has one, and a tree without
-// document too.
+// Where an expression is evaluated: for a scope, an attribute without element has one, and a tree
+// without document too.
 class XPathPlace {
  public:
   explicit XPathPlace(xmlNode *node) noexcept : document_(node->doc) {

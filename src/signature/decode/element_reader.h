@@ -1,5 +1,6 @@
 // Strict reading, written once: a cursor over an element's children, the rule for its attributes,
-// and its text as string, octets or number. With them a decoder reads like the structure it accepts.
+// and its text as string, octets or number. With them a decoder reads like the structure it
+// accepts.
 //
 // What stands between the children of a structure (blank text, comments, processing instructions)
 // is never seen; any other text is, and fits nowhere.
@@ -73,8 +74,9 @@ List readRest(ElementCursor &children, Decode decode) noexcept {
   return list;
 }
 
-// Moves a decoded part, a handle, into the variant of a record; false when there is none. (Assigning
-// a whole variant cannot throw, while assigning an alternative has a path on paper that can.)
+// Moves a decoded part, a handle, into the variant of a record; false when there is none.
+// (Assigning a whole variant cannot throw, while assigning an alternative has a path on paper that
+// can.)
 template <class Part, class Variant>
 bool store(Part part, Variant *variant) noexcept {
   const bool present = part != nullptr;

@@ -17,9 +17,9 @@ List toTransformCtxParam(const PrefixBlock &block, bool *ok) noexcept;
 
 extern "C" {
 
-// Reads the InclusiveNamespaces of a Transform or CanonicalizationMethod element. True with an empty
-// block when the element has no content at all. False with TALVO_VERIFY_ERROR_PREFIX_LIST for any other
-// content, TALVO_VERIFY_ERROR_OUT_OF_MEMORY otherwise.
+// Reads the InclusiveNamespaces of a Transform or CanonicalizationMethod element. True with an
+// empty block when the element has no content at all. False with TALVO_VERIFY_ERROR_PREFIX_LIST for
+// any other content, TALVO_VERIFY_ERROR_OUT_OF_MEMORY otherwise.
 bool decodeexcc14nnode(const XmlNode *element, talvo::PrefixBlock *block, uint32_t *error) noexcept;
 // A decoded transform as a new context, or null when its identifier is unknown or its content is
 // malformed.

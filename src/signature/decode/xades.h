@@ -17,8 +17,8 @@ extern "C" {
 // The CertIds of the Cert children of an element, as a new list; null when a child is anything
 // else. An element without children gives the empty list.
 talvo_arraylist *decodeCertIDList(const XmlNode *element) noexcept;
-// The time-stamps of that name among `first` and the siblings behind it, as a new list of TimeStamp;
-// null when one of them cannot be read.
+// The time-stamps of that name among `first` and the siblings behind it, as a new list of
+// TimeStamp; null when one of them cannot be read.
 talvo_arraylist *decodeXAdESTimeStampTypeList(XmlNode *first, const talvo_ustring *name,
                                               const talvo_ustring *nsuri) noexcept;
 // The first unsigned signature property of that local name, or null.

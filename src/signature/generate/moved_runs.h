@@ -1,7 +1,7 @@
 // A caller's nodes move into the Objects of a signature, and only once everything else is generated
-// and linked. Until the signature is complete they are lent: when signing fails they go back to where
-// they stood and the contexts point at them again, so that nothing of the caller's is lost with the
-// element that failed.
+// and linked. Until the signature is complete they are lent: when signing fails they go back to
+// where they stood and the contexts point at them again, so that nothing of the caller's is lost
+// with the element that failed.
 #pragma once
 
 #include "talvo_xml.h"

@@ -57,8 +57,8 @@ IdDeclaration declareIdsWithin(XmlDoc *doc, XmlNode *top, std::string_view name)
   return result;
 }
 
-// `refused` also without any signature. A signature inside a signature is covered by the walk over the
-// outer one.
+// `refused` also without any signature. A signature inside a signature is covered by the walk over
+// the outer one.
 IdDeclaration declareIdsOfSignatures(XmlDoc *doc) noexcept {
   IdDeclaration result = IdDeclaration::refused;
   XmlNode *root = talvo_xml_doc_getrootelement(doc);
@@ -76,8 +76,8 @@ IdDeclaration declareIdsOfSignatures(XmlDoc *doc) noexcept {
   return result;
 }
 
-// Doing it once more changes nothing while the document is not edited, and would make the work over many
-// signatures or references, each of which asks for it, grow with the square of their number.
+// Doing it once more changes nothing while the document is not edited, and would make the work over
+// many signatures or references, each of which asks for it, grow with the square of their number.
 bool areIdsDeclared(XmlDoc *doc) noexcept {
   DocumentState *state = stateOf(doc);
   if (state == nullptr) {

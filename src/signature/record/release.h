@@ -1,5 +1,5 @@
-// How the parts of a record are given back: each has a release function of its own, which its handles
-// use.
+// How the parts of a record are given back: each has a release function of its own, which its
+// handles use.
 #pragma once
 
 #include "talvo_xml.h"

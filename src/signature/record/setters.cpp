@@ -1,5 +1,5 @@
-// What a verifier adds to a decoded signature: keys, domain parameters, certificates, the place that
-// relative references start from.
+// What a verifier adds to a decoded signature: keys, domain parameters, certificates, the place
+// that relative references start from.
 #include "signature/record/record.h"
 #include "signature/record/signer_certificate.h"
 #include "signature/vocabulary/algorithm.h"

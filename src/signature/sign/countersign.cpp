@@ -68,7 +68,8 @@ Json extendParameters(const CounterRun &run, const talvo_ustring *valueId) {
   return parameters;
 }
 
-// CounterSignature with an empty Signature between line feeds; the Signature is handed out borrowed.
+// CounterSignature with an empty Signature between line feeds; the Signature is handed out
+// borrowed.
 OwnedNode makeSkeleton(const CounterRun &run, const XmlNode *signatureValue, XmlNode *xadesNs,
                        XmlNode **inner) noexcept {
   XmlDoc *doc = talvo_xml_node_getdoc(signatureValue);
@@ -113,8 +114,8 @@ XmlNode *checkArguments(const CounterRun &run, uint32_t *error) noexcept {
   return value != nullptr ? value : failNull(error, TALVO_SIGN_ERROR_NOT_A_SIGNATURE);
 }
 
-// The Id by which the reference will find the value; null when it has none or leads elsewhere, as when
-// two values of the document share one.
+// The Id by which the reference will find the value; null when it has none or leads elsewhere, as
+// when two values of the document share one.
 UString idOf(XmlNode *signatureValue) noexcept {
   XmlDoc *doc = talvo_xml_node_getdoc(signatureValue);
   UString id(talvo_xml_node_getattributevalue(signatureValue, g_xml_signature_id, nullptr));

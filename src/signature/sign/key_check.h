@@ -1,4 +1,5 @@
-// A trial signature before anything is built: does the key pair belong to the certificate or public key?
+// A trial signature before anything is built: does the key pair belong to the certificate or public
+// key?
 #pragma once
 
 #include <cstdint>

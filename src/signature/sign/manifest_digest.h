@@ -1,5 +1,5 @@
-// The references of the Manifests that a new signature brings along are digested before those of SignedInfo, which
-// may cover them.
+// The references of the Manifests that a new signature brings along are digested before those of
+// SignedInfo, which may cover them.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,9 @@
 
 namespace talvo {
 
-// Fills the DigestValue elements of every Manifest below the Signature element from the contexts of kind manifest, in
-// list order. Errors: 20 the numbers of Manifests and of contexts differ, and those of calcref.
+// Fills the DigestValue elements of every Manifest below the Signature element from the contexts of
+// kind manifest, in list order. Errors: 20 the numbers of Manifests and of contexts differ, and
+// those of calcref.
 bool digestManifests(XmlDoc *doc, XmlNode *signatureElement, const talvo_arraylist *objects,
                      const talvo_ustring *basePath, uint32_t *error) noexcept;
 

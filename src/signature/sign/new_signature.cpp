@@ -1,5 +1,5 @@
-// The empty Signature element that a JSON-driven signature starts from, for callers that have no other
-// reason to build elements.
+// The empty Signature element that a JSON-driven signature starts from, for callers that have no
+// other reason to build elements.
 #include "talvo_xml.h"
 
 #include "base/handle.h"

@@ -1,5 +1,5 @@
-// Three places: the root of a new document, the root of the given document (whose old root is dropped), or inside a
-// parent of it.
+// Three places: the root of a new document, the root of the given document (whose old root is
+// dropped), or inside a parent of it.
 #include "signature/sign/placement.h"
 
 #include "base/boundary.h"

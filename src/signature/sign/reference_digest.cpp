@@ -30,8 +30,8 @@ int32_t writeDigest(const Reach &reach, const talvo_ustring *text, uint32_t *err
 }
 
 // Tells each transform context which XPath element stands for it in this Reference, and forgets it
-// at the end of the scope: contexts outlive documents, and what they remembered of an earlier one may
-// be gone.
+// at the end of the scope: contexts outlive documents, and what they remembered of an earlier one
+// may be gone.
 class XPathTargets {
  public:
   XPathTargets(ReferenceCtx *context, const XmlNode *referenceElement) noexcept

@@ -1,5 +1,5 @@
-// A new Signature element from contexts: checked, built, linked, digested and signed, in that order. Until the last
-// step has succeeded the Placement owns the way back.
+// A new Signature element from contexts: checked, built, linked, digested and signed, in that
+// order. Until the last step has succeeded the Placement owns the way back.
 #include "base/boundary.h"
 #include "base/utf8.h"
 #include "crypto/handle.h"

@@ -1,5 +1,6 @@
-// Completing a Signature element that the caller has placed. The caller's prefix, comments and Objects stay; what is
-// missing is inserted at fixed places. Nothing is taken back on failure: the element is the caller's to discard.
+// Completing a Signature element that the caller has placed. The caller's prefix, comments and
+// Objects stay; what is missing is inserted at fixed places. Nothing is taken back on failure: the
+// element is the caller's to discard.
 #include "base/boundary.h"
 #include "crypto/handle.h"
 #include "signature/context/context.h"
@@ -55,7 +56,8 @@ bool readParameters(JsonRun *run, uint32_t *error) noexcept {
   return true;
 }
 
-// The Id that the properties point at: the one asked for, the one that is there, or a new one where it is needed.
+// The Id that the properties point at: the one asked for, the one that is there, or a new one where
+// it is needed.
 bool settleId(JsonRun *run) noexcept {
   UString &id = run->entry.signatureId;
   XmlNode *present = findId(run->element);
@@ -88,7 +90,8 @@ XmlNode *headPosition(const JsonRun &run) noexcept {
   return lineFeed ? linkBefore(first, lineFeed) : nullptr;
 }
 
-// Links the part behind a node, or behind a line feed of its own that follows the node. Returns the part.
+// Links the part behind a node, or behind a line feed of its own that follows the node. Returns the
+// part.
 XmlNode *linkPart(XmlNode *after, OwnedNode part) noexcept {
   return linkNew(after, std::move(part));
 }
@@ -115,8 +118,8 @@ bool isObject(const XmlNode *node) noexcept {
   return node != nullptr && isElement(node, g_xml_signature_object_name, g_xml_signature_nsuri);
 }
 
-// Behind the caller's run of Objects: the element that ends the run, else the node that directly follows it, else a
-// new line feed.
+// Behind the caller's run of Objects: the element that ends the run, else the node that directly
+// follows it, else a new line feed.
 XmlNode *propertiesPosition(const JsonRun &run, XmlNode *last) noexcept {
   XmlNode *next = talvo_xml_node_skipignorenode(last);
   while (isObject(next)) {
@@ -171,7 +174,8 @@ bool compute(const JsonRun &run, TalvoPKIKeyPair *keyPair, uint32_t *error) noex
                                            error) == 1;
 }
 
-// The time-stamp that the parameters ask for, if they do. The signature stays when it cannot be had.
+// The time-stamp that the parameters ask for, if they do. The signature stays when it cannot be
+// had.
 bool addTimeStamp(const JsonRun &run, uint32_t *error) noexcept {
   TimeStampParameters wanted;
   if (!readTimeStampParameters(run.parameters, wanted)) {

@@ -1,5 +1,5 @@
-// The signature value: SignedInfo canonicalised, signed and written as Base64. The library signs with key pairs only;
-// HMAC is for verification.
+// The signature value: SignedInfo canonicalised, signed and written as Base64. The library signs
+// with key pairs only; HMAC is for verification.
 #include "base/base64_text.h"
 #include "base/boundary.h"
 #include "base/utf8.h"

@@ -8,7 +8,8 @@
 
 namespace talvo {
 
-// The canonical octets of SignedInfo; null when canonicalisation fails. The prefixes count for the exclusive methods.
+// The canonical octets of SignedInfo; null when canonicalisation fails. The prefixes count for the
+// exclusive methods.
 Blob signedInfoOctets(XmlNode *signedInfo, int32_t c14nMethod,
                       const PrefixBlock &prefixes) noexcept;
 

@@ -1,5 +1,5 @@
-// A countersignature holds when its own value and references do, and one of them names the value that
-// it countersigns.
+// A countersignature holds when its own value and references do, and one of them names the value
+// that it countersigns.
 #include "base/boundary.h"
 #include "base/list.h"
 #include "base/utf8.h"

@@ -1,6 +1,6 @@
-// A certificate is a candidate when it parses, has a key of the method's family and may sign; a key value when its
-// numbers are there and positive. A candidate whose key cannot be imported still counts as tried, so that the caller
-// can tell "no key" from "no key fits".
+// A certificate is a candidate when it parses, has a key of the method's family and may sign; a key
+// value when its numbers are there and positive. A candidate whose key cannot be imported still
+// counts as tried, so that the caller can tell "no key" from "no key fits".
 #include "signature/verify/key_search.h"
 
 #include <cstring>

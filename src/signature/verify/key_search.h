@@ -1,6 +1,6 @@
-// The search for the key that verifies a signature value: among the certificates and key values of KeyInfo, then the
-// certificates that the application added, then those of the XAdES certificate values. The first key that verifies
-// ends the search.
+// The search for the key that verifies a signature value: among the certificates and key values of
+// KeyInfo, then the certificates that the application added, then those of the XAdES certificate
+// values. The first key that verifies ends the search.
 #pragma once
 
 #include "base/bytes.h"
@@ -29,7 +29,8 @@ class KeySearch {
 
   // Whether anything could be tried at all.
   bool triedAny() const noexcept { return tried_; }
-  // After success: a new key that holds the certificate or the key value; null when memory is exhausted.
+  // After success: a new key that holds the certificate or the key value; null when memory is
+  // exhausted.
   Key makeKey() const noexcept;
 
  private:

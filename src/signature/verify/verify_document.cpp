@@ -1,5 +1,6 @@
-// Every signature of a document, in document order; the first failure is the answer. Ids are registered once for the
-// whole document, so the decoder need not repeat that walk for each signature.
+// Every signature of a document, in document order; the first failure is the answer. Ids are
+// registered once for the whole document, so the decoder need not repeat that walk for each
+// signature.
 #include "base/boundary.h"
 #include "base/list.h"
 #include "signature/context/context.h"

@@ -1,6 +1,6 @@
-// The first half of verification, the signature value. The road: canonical octets of SignedInfo, then
-// either a MAC with the key that the caller set, or a search for the key that verifies; last the
-// XAdES signing certificate, which ties the signature to one certificate.
+// The first half of verification, the signature value. The road: canonical octets of SignedInfo,
+// then either a MAC with the key that the caller set, or a search for the key that verifies; last
+// the XAdES signing certificate, which ties the signature to one certificate.
 #include "base/boundary.h"
 #include "crypto/handle.h"
 #include "signature/decode/transform_params.h"
@@ -87,8 +87,8 @@ Key searchKey(const Signature *signature, const ValueCheck &check, uint32_t *err
   return key;
 }
 
-// ECDSA and SM2, by a number of the cryptographic library: certificates alone are candidates, since a
-// key value of their family is not read.
+// ECDSA and SM2, by a number of the cryptographic library: certificates alone are candidates, since
+// a key value of their family is not read.
 Key verifyeccsignature(const Signature &signature, int32_t algorithm, Bytes octets, Bytes value,
                        uint32_t *error) noexcept {
   return searchKey(&signature, {KeyFamily::ec, algorithm, octets, value}, error);
@@ -110,7 +110,8 @@ Key verifyWithKeyPairs(const Signature &signature, const SignatureAlgorithm *met
   return searchKey(&signature, {method->family, method->crypto, octets, value}, error);
 }
 
-// Without a SigningCertificate property every key will do; with one only a certificate that it names.
+// Without a SigningCertificate property every key will do; with one only a certificate that it
+// names.
 bool matchesSigningCertificate(const Signature &signature, const SignatureKey &key) noexcept {
   if (!signature.signingCertificate) {
     return true;

@@ -44,8 +44,8 @@ bool hasReferences(XmlNode *unsignedProperties) noexcept {
   return false;
 }
 
-// Deliberate: this looks beside QualifyingProperties, not inside, so it does not find what this library writes, and a
-// second call adds a second property.
+// Deliberate: this looks beside QualifyingProperties, not inside, so it does not find what this
+// library writes, and a second call adds a second property.
 bool alreadyReferences(const XmlNode *signatureElement) noexcept {
   for (XmlNode *child = talvo_xml_node_getelemchildren(signatureElement); child != nullptr;
        child = talvo_xml_node_skipignorenode(child)) {

@@ -17,7 +17,8 @@ XmlNode *linkedProperty(XmlNode *position, OwnedNode property) noexcept {
              : nullptr;
 }
 
-// Deliberate: a list made here has no namespace, so the next call does not find it and makes another.
+// Deliberate: a list made here has no namespace, so the next call does not find it and makes
+// another.
 XmlNode *makeList(XmlNode *property, const talvo_ustring *name) noexcept {
   XmlDoc *doc = talvo_xml_node_getdoc(property);
   OwnedNode list = makeElement(nullptr, name);

@@ -1,5 +1,5 @@
-// The unsigned properties that hold validation data: finding one, making it where it is missing, and the position
-// inside for the next value.
+// The unsigned properties that hold validation data: finding one, making it where it is missing,
+// and the position inside for the next value.
 #pragma once
 
 #include "talvo_xml.h"
@@ -8,11 +8,12 @@
 
 namespace talvo {
 
-// The property of that name, made behind the last unsigned signature property where there is none. Null on failure.
+// The property of that name, made behind the last unsigned signature property where there is none.
+// Null on failure.
 XmlNode *findOrMakeProperty(XmlNode *signatureElement, const talvo_ustring *name) noexcept;
 
-// How one property names the list inside it. A list is only found again in the XAdES namespace, a new one is made
-// without namespace.
+// How one property names the list inside it. A list is only found again in the XAdES namespace, a
+// new one is made without namespace.
 struct InnerList {
   const talvo_ustring *nameToFind;
   const talvo_ustring *nameToMake;

@@ -1,4 +1,5 @@
-// CRLs as validation data: their values, and references that name them by digest, issuer, time and number.
+// CRLs as validation data: their values, and references that name them by digest, issuer, time and
+// number.
 #include <array>
 #include <cstdio>
 

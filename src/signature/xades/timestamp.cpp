@@ -1,4 +1,5 @@
-// Signature time-stamps: an RFC 3161 token over the canonical form of SignatureValue, kept as an unsigned property.
+// Signature time-stamps: an RFC 3161 token over the canonical form of SignatureValue, kept as an
+// unsigned property.
 #include "base/boundary.h"
 #include "base/list.h"
 #include "crypto/handle.h"

@@ -104,8 +104,8 @@ void AttributeAxis::inheritAll() {
   }
 }
 
-// Deliberate: xml:lang, xml:space and xml:base of a selected element are written even where a filter
-// drops them.
+// Deliberate: xml:lang, xml:space and xml:base of a selected element are written even where a
+// filter drops them.
 void AttributeAxis::chooseSpecial(const ElementView &element) {
   std::array<const AttributeView *, kSpecial.size()> own{};
   for (const AttributeView &attribute : element.attributes) {
@@ -139,9 +139,9 @@ void AttributeAxis::inheritNearest(uint32_t name) {
   }
 }
 
-// Deliberate: where all that was joined is empty, xml:base is left out. The standard keeps xml:base=""
-// where nothing has to be joined. It is left out, too, where the values make no URI, and where one of
-// them comes from a caller who gave the attribute no text at all.
+// Deliberate: where all that was joined is empty, xml:base is left out. The standard keeps
+// xml:base="" where nothing has to be joined. It is left out, too, where the values make no URI,
+// and where one of them comes from a caller who gave the attribute no text at all.
 void AttributeAxis::chooseBase(const AttributeView *own) {
   uint32_t place = hiddenPlace(kBase);
   bool isJoined = own != nullptr && own->value.data() != nullptr;

@@ -1,6 +1,6 @@
-// Names with values that hold from one start tag to its end tag: prefixes with the URIs that they are
-// bound to, xml: attributes with what descendants inherit. The newest value of a name, and all names
-// that have one, are found without a walk along the open elements.
+// Names with values that hold from one start tag to its end tag: prefixes with the URIs that they
+// are bound to, xml: attributes with what descendants inherit. The newest value of a name, and all
+// names that have one, are found without a walk along the open elements.
 #pragma once
 
 #include <array>

@@ -72,8 +72,8 @@ void BlockOutput::putMarkup(std::string_view content) noexcept {
 
 // Deliberate: the URI of a namespace is not escaped, so "&" stands as it is, where the standard has
 // "&amp;". Signatures over such documents were made and are verified in this way. A quotation mark
-// is seen only where a caller bound a name to a declaration outside of the document: the others were
-// refused as no URI.
+// is seen only where a caller bound a name to a declaration outside of the document: the others
+// were refused as no URI.
 void BlockOutput::putUri(std::string_view uri) noexcept {
   const bool hasQuote = uri.find('"') != std::string_view::npos;
   if (hasQuote && uri.find('\'') == std::string_view::npos) {

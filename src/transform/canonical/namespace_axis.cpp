@@ -82,9 +82,9 @@ void NamespaceAxis::collect(const ElementView &element) {
   });
 }
 
-// Below an element that a caller bound to a declaration elsewhere, this declaration covers the others
-// of its prefix unless the element makes one itself. One that no open element makes is never written
-// for its own sake.
+// Below an element that a caller bound to a declaration elsewhere, this declaration covers the
+// others of its prefix unless the element makes one itself. One that no open element makes is never
+// written for its own sake.
 void NamespaceAxis::settle(const NameView &name) {
   if (isBoundAsDeclared(name) || name.ns.uri.data() == nullptr) {
     return;
@@ -189,8 +189,8 @@ void NamespaceAxis::include(const BindingStack::Binding &binding) {
   if (isSelected_) {
     written_.push(binding.name, uri, binding.declaration, true);
   }
-  // Deliberate: for an element that is not selected itself, a prefix that is listed twice is written
-  // twice.
+  // Deliberate: for an element that is not selected itself, a prefix that is listed twice is
+  // written twice.
   uint32_t times = isExclusive_ && !isSelected_ ? timesListed_[binding.name] : 1;
   for (; !isWritten && times > 0; --times) {
     write(binding.name, uri);

@@ -2,8 +2,8 @@
 // by the newest binding of a prefix, so that neither depth nor the number of declarations in scope
 // counts: below a selected element, an element can only differ by what it declares itself.
 //
-// Names that callers bound to a declaration elsewhere, and filters that choose among namespaces, take
-// the long way, on which each element is asked about all that is in scope.
+// Names that callers bound to a declaration elsewhere, and filters that choose among namespaces,
+// take the long way, on which each element is asked about all that is in scope.
 #pragma once
 
 #include <cstdint>

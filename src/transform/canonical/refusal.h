@@ -1,5 +1,6 @@
-// What the standard says has no canonical form: a document with a namespace URI that is relative, and,
-// because entities must be replaced, one with an entity reference. It counts wherever it stands.
+// What the standard says has no canonical form: a document with a namespace URI that is relative,
+// and, because entities must be replaced, one with an entity reference. It counts wherever it
+// stands.
 #pragma once
 
 #include <libxml/tree.h>
@@ -10,7 +11,8 @@ namespace talvo {
 
 class RefusalLook {
  public:
-  // False for what is refused, and when memory is exhausted. Of an element that is its declarations.
+  // False for what is refused, and when memory is exhausted. Of an element that is its
+  // declarations.
   bool admits(const xmlNode *node) noexcept;
   // Everything at or below a node.
   bool admitsAll(const xmlNode *top) noexcept;
@@ -21,8 +23,8 @@ class RefusalLook {
   const xmlChar *lastAbsolute_ = nullptr;
 };
 
-// Whether a document has a canonical form. The look is taken once and remembered in the document until
-// it is edited, because callers canonicalise many parts of one document.
+// Whether a document has a canonical form. The look is taken once and remembered in the document
+// until it is edited, because callers canonicalise many parts of one document.
 bool isCanonical(const XmlDoc *document) noexcept;
 
 }  // namespace talvo

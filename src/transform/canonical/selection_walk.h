@@ -1,5 +1,5 @@
-// The way through the nodes of a selection, in document order and without recursion: a document built
-// by calls can be deeper than any stack.
+// The way through the nodes of a selection, in document order and without recursion: a document
+// built by calls can be deeper than any stack.
 #pragma once
 
 #include <algorithm>
@@ -20,8 +20,8 @@ class SelectionWalk {
     std::sort(removed_.begin(), removed_.end());
   }
 
-  // Calls begin(node) for each node that is not removed, whatever the filter says, and end(element) for
-  // each of the elements when what is below them is done. False when begin is.
+  // Calls begin(node) for each node that is not removed, whatever the filter says, and end(element)
+  // for each of the elements when what is below them is done. False when begin is.
   template <class Begin, class End>
   bool run(xmlDoc *document, Begin &&begin, End &&end) const {
     if (apex_ != nullptr) {

@@ -7,8 +7,8 @@
 
 namespace talvo {
 
-// Selects among all nodes of a document. A namespace comes with the element at which it is in scope,
-// any other node with its parent.
+// Selects among all nodes of a document. A namespace comes with the element at which it is in
+// scope, any other node with its parent.
 class NodeFilter {
  public:
   virtual bool keeps(xmlNode *node, xmlNode *parent) noexcept = 0;

@@ -10,8 +10,8 @@
 
 namespace talvo {
 
-// One object serves a walk in which the tree stays as it is; each view is valid until the next one is
-// asked for.
+// One object serves a walk in which the tree stays as it is; each view is valid until the next one
+// is asked for.
 class TreeViews {
  public:
   // With all attributes selected or none.

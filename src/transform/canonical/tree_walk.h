@@ -7,8 +7,8 @@
 
 namespace talvo {
 
-// False when the work failed: the sink refused, memory was exhausted, or the selection holds an entity
-// reference. The document must be one that has a canonical form, see refusal.h.
+// False when the work failed: the sink refused, memory was exhausted, or the selection holds an
+// entity reference. The document must be one that has a canonical form, see refusal.h.
 bool canonicalizeTree(OctetSink &sink, xmlDoc *document, const TreeSelection &selection,
                       C14nForm form) noexcept;
 

@@ -1,5 +1,5 @@
-// What the canonical writer is told: names, declarations, attributes, as views that need to be valid
-// during the call only.
+// What the canonical writer is told: names, declarations, attributes, as views that need to be
+// valid during the call only.
 #pragma once
 
 #include <cstdint>
@@ -24,9 +24,9 @@ struct C14nForm {
   JoinBase joinBase = nullptr;  // needed by C14N 1.1
 };
 
-// A namespace as it is declared, and as a name is bound to it. `declaration` tells declarations apart
-// where a name can be bound to another one than its prefix says; a parser, whose names cannot, leaves
-// it null.
+// A namespace as it is declared, and as a name is bound to it. `declaration` tells declarations
+// apart where a name can be bound to another one than its prefix says; a parser, whose names
+// cannot, leaves it null.
 struct NamespaceView {
   std::string_view prefix;  // empty for the default namespace
   std::string_view uri;

@@ -3,9 +3,9 @@
 // well as from memory.
 //
 // It is told of everything in document order: first the elements around a subtree, as not selected
-// and with attributes that are not, then what is selected. Without a NamespaceFilter everything below
-// a selected element must be selected, and parts that are left out are not told at all. With one, any
-// element, attribute or namespace is selected or not by itself, and all elements are told.
+// and with attributes that are not, then what is selected. Without a NamespaceFilter everything
+// below a selected element must be selected, and parts that are left out are not told at all. With
+// one, any element, attribute or namespace is selected or not by itself, and all elements are told.
 //
 // Functions that are not noexcept may throw std::bad_alloc. After that, and when the sink refuses,
 // what was written means nothing.

@@ -38,8 +38,8 @@ TransformData *getxpointerid(const talvo::Reach &reach, const talvo_ustring *id,
 // Data from elsewhere, as octets.
 TransformData *getdatafromrelpath(const char *base, const char *uri, const talvo::Reach &reach,
                                   uint32_t *error) noexcept;
-// Null when the path is no regular file, or it cannot be read to its end, or holds 2 GiB or more, or
-// more than its size said.
+// Null when the path is no regular file, or it cannot be read to its end, or holds 2 GiB or more,
+// or more than its size said.
 TransformData *getdatafromfile(const char *path) noexcept;
 TransformData *fetchhttp(const char *url, uint32_t *error) noexcept;
 // New text of talvo_malloc, or null.
