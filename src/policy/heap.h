@@ -21,9 +21,9 @@ struct HeapAllocator {
   HeapAllocator(const HeapAllocator<U> &) noexcept {}
 
   T *allocate(size_t count) {
-    void *block = count > SIZE_MAX / sizeof(T)
-                      ? nullptr
-                      : talvo_malloc(count * sizeof(T), "policy", __LINE__);
+    constexpr size_t kSize = sizeof(T);  // NOLINT(bugprone-sizeof-expression): T may be a pointer
+    void *block =
+        count > SIZE_MAX / kSize ? nullptr : talvo_malloc(count * kSize, "policy", __LINE__);
     if (block == nullptr) {
       throw std::bad_alloc();
     }
