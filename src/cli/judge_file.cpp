@@ -73,7 +73,7 @@ std::string firstReason(const talvo_json *described) {
 
 // The verdict in one line, for a person.
 std::string verdictLine(const talvo_json *described) {
-  const std::string verdict = textOf(memberOf(described, "verdict"));
+  std::string verdict = textOf(memberOf(described, "verdict"));
   const int64_t error = numberOf(memberOf(described, "error"));
   if (verdict == "valid") {
     return verdict;

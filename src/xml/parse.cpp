@@ -44,6 +44,7 @@ namespace {
 constexpr int kOptions = XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NOCDATA;
 static_assert(kOptions == 16394);
 
+constexpr uint32_t kKnownFlags = TALVO_PARSE_NO_NETWORK | TALVO_PARSE_NO_EXTERNALS;
 constexpr int64_t kLargestSize = 2147483647;
 
 void forbidExternals(xmlSAXHandler *handler) noexcept {
@@ -59,8 +60,7 @@ XmlDoc *talvo_xml_parse(const void *buffer, int64_t size) noexcept {
 }
 
 XmlDoc *talvo_xml_parse_ex(const void *buffer, int64_t size, uint32_t flags) noexcept {
-  if (buffer == nullptr || size < 1 || size > kLargestSize ||
-      (flags & ~(TALVO_PARSE_NO_NETWORK | TALVO_PARSE_NO_EXTERNALS)) != 0) {
+  if (buffer == nullptr || size < 1 || size > kLargestSize || (flags & ~kKnownFlags) != 0) {
     return nullptr;
   }
   const MemoryWatch watch;

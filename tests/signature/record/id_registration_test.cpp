@@ -61,7 +61,7 @@ TEST_F(IdRegistrationTest, NoticesEveryEdit) {
 TEST_F(IdRegistrationTest, ASignatureInPlaceOfARemovedOneIsDeclared) {
   const Document document =
       parse(expand("<doc xmlns:ds='{ds}'><ds:Signature Id='S'><a Id='1'/></ds:Signature></doc>"));
-  XmlNode *signature = findSignature(document);
+  XmlNode *signature = findSignature(document.get());
   EXPECT_EQ(talvo_xml_signature_setid(document.get()), 1);
   XmlNode *copy = talvo_xml_node_dup(signature);
   talvo_xml_node_remove(signature);

@@ -1,6 +1,6 @@
 // Certificates and CRLs as validation data: values, references to them, and the Ids of both.
 #include <functional>
-#include <regex>
+#include <string>
 
 #include <openssl/sha.h>
 
@@ -9,6 +9,17 @@
 
 namespace talvo::test {
 namespace {
+
+// With "*" for every text but line feeds.
+std::string withoutTexts(std::string text) {
+  for (size_t at = 0; (at = text.find('>', at)) != std::string::npos; ++at) {
+    const size_t end = text.find('<', at);
+    if (end != std::string::npos && end > at + 1 && text[at + 1] != '\n') {
+      text.replace(at + 1, end - at - 1, "*");
+    }
+  }
+  return text;
+}
 
 // One kind of validation data and how a signature gets some.
 struct Property {
@@ -139,9 +150,8 @@ TEST_F(ValidationDataTest, CertificateReferencesAreLaidOutLineByLine) {
       "<ds:DigestValue>*</ds:DigestValue>\n</xa:CertDigest>\n<xa:IssuerSerial>\n"
       "<ds:X509IssuerName>*</ds:X509IssuerName>\n"
       "<ds:X509SerialNumber>*</ds:X509SerialNumber>\n</xa:IssuerSerial>\n</xa:Cert>\n";
-  EXPECT_EQ(std::regex_replace(text, std::regex(">[^<\n][^<]*<"), ">*<"),
-            "<xa:CompleteCertificateRefs Id=\"refs\">\n<xa:CertRefs>\n" + cert + cert +
-                "</xa:CertRefs></xa:CompleteCertificateRefs>");
+  EXPECT_EQ(withoutTexts(text), "<xa:CompleteCertificateRefs Id=\"refs\">\n<xa:CertRefs>\n" + cert +
+                                    cert + "</xa:CertRefs></xa:CompleteCertificateRefs>");
 }
 
 TEST_F(ValidationDataTest, SecondCertificateReferencesAreASecondProperty) {

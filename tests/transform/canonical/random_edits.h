@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "base/utf8.h"
@@ -66,10 +67,9 @@ class RandomEdits {
       return;
     }
     OwnedNode run = takeNode(node);
-    if (run != nullptr) {
-      linkChild(parent, run);
+    if (run != nullptr && linkChild(parent, run) == nullptr) {
+      handOut(std::move(run));  // until shut-down: names elsewhere may be bound to its declarations
     }
-    run.release();  // names elsewhere may be bound to its declarations
   }
 
   void add(OwnedNode node) { linkChild(any(elements_), node); }
