@@ -61,7 +61,7 @@ class AttributeAxis {
   const JoinBase joinBase_;
   const bool isFiltered_;
   bool isOutOfMemory_ = false;
-  NameTable names_;
+  NameIds names_;
   BindingStack inherited_;  // marked: no text at all
   std::vector<Frame> frames_;
   Frame parent_;

@@ -5,7 +5,7 @@
 namespace talvo {
 
 // The same few names come again and again.
-uint32_t NameTable::idOf(std::string_view name) {
+uint32_t NameIds::idOf(std::string_view name) {
   const size_t hint = name.empty() ? 0 : name.size() + static_cast<uint8_t>(name.back());
   uint32_t &recent = recent_[hint % kRecent];
   if (recent >= names_.size() || names_[recent] != name) {
@@ -14,7 +14,7 @@ uint32_t NameTable::idOf(std::string_view name) {
   return recent;
 }
 
-uint32_t NameTable::find(std::string_view name) {
+uint32_t NameIds::find(std::string_view name) {
   const auto found = ids_.find(name);
   if (found != ids_.end()) {
     return found->second;

@@ -14,7 +14,7 @@
 namespace talvo {
 
 // Gives each name a number, from 0 in the order in which they come.
-class NameTable {
+class NameIds {
  public:
   uint32_t idOf(std::string_view name);
   std::string_view nameOf(uint32_t id) const noexcept { return names_[id]; }

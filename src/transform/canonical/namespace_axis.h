@@ -78,7 +78,7 @@ class NamespaceAxis {
 
   const bool isExclusive_;
   NamespaceFilter *const filter_;
-  NameTable prefixes_;
+  NameIds prefixes_;
   BindingStack declared_;  // marked: by no open element, see settle
   BindingStack written_;   // marked: the namespace was selected
   std::vector<uint32_t> listed_;
